@@ -1,0 +1,29 @@
+#include "makedistri/makedistri.h"
+
+#include "vesta.framework/filename.h"
+#include "vesta.framework/messages.h"
+
+namespace outfitter {
+
+using namespace vesta;
+
+namespace {
+
+/// Compiles with the host's script library; false as well where the host has none.
+bool CompileScript(const FileName& source) {
+  const auto* library = static_cast<const HostScriptLibrary*>(Host().system.FindLibrary(HOST_LIBRARY_SCRIPT));
+  if (library == nullptr || library->size < sizeof(HostScriptLibrary) || library->Compile == nullptr)
+    return false;
+  return library->Compile(source.Get(), FileName().Get()) != 0;
+}
+
+}  // namespace
+
+void CreateDistribution() {
+  const FileName resources = GetStartupFolder().Join("resource");
+  DeleteFile(resources.Join("gui.brc"), false);
+  PrintConsoleStatus(CompileScript(resources.Join("gui.brm")) ? "Created gui.brc"
+                                                              : "Error: Compiling gui.brc");
+}
+
+}  // namespace outfitter

@@ -1,0 +1,26 @@
+#include "register.h"
+
+#include "lumicheck/Lumicheck.h"
+
+namespace outfitter {
+namespace {
+
+struct Registration {
+  bool (*run)();
+  bool required;  ///< its failure ends the start
+};
+
+constexpr Registration kRegistrations[] = {
+    {RegisterLumicheck, true},
+};
+
+}  // namespace
+
+bool RegisterCommands() {
+  for (const Registration& registration : kRegistrations) {
+    if (!registration.run() && registration.required) return false;
+  }
+  return true;
+}
+
+}  // namespace outfitter
