@@ -28,7 +28,7 @@ bool isRealFolder(const fs::directory_entry& entry) {
 struct Walk {
   fs::path leftOut;                            // a folder that is not entered
   std::function<bool(const fs::path&)> found;  // false ends the walk
-  std::function<void(const fs::path&, std::string)> unreadable;
+  std::function<void(const fs::path&, const std::string&)> unreadable;
 };
 
 /// Goes through all folders below `root` in no particular order. Links to folders are not entered, so that a
@@ -76,8 +76,8 @@ class Adopter {
 
   Adoption adopt() {
     std::map<fs::path, std::vector<fs::path>> byFolder;
-    const auto refuse = [this](const fs::path& path, std::string reason) {
-      adoption_.refused.push_back({path, std::move(reason)});
+    const auto refuse = [this](const fs::path& path, const std::string& reason) {
+      adoption_.refused.push_back({path, reason});
     };
     const auto add = [&](const fs::path& file) {
       byFolder[file.parent_path()].push_back(file);
@@ -123,7 +123,7 @@ class Adopter {
 
 fs::path realFolder(const fs::path& folder) {
   std::error_code error;
-  const fs::path real = fs::canonical(folder, error);
+  fs::path real = fs::canonical(folder, error);
   if (error) throw ReportError(folder.string() + ": " + error.message());
   if (!fs::is_directory(real, error)) throw ReportError(folder.string() + " is not a folder");
   return real;
@@ -144,8 +144,9 @@ Adoption adoptGltfFiles(const fs::path& folder, const fs::path& links) {
 std::size_t countGltfFiles(const fs::path& folder, std::size_t limit) {
   std::size_t count = 0;
   if (limit == 0) return 0;
-  walkGltfFiles(folder,
-                {{}, [&](const fs::path&) { return ++count < limit; }, [](const fs::path&, std::string) {}});
+  walkGltfFiles(
+      folder,
+      {{}, [&](const fs::path&) { return ++count < limit; }, [](const fs::path&, const std::string&) {}});
   return count;
 }
 

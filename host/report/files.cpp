@@ -81,6 +81,7 @@ void writeTextFile(const fs::path& file, std::string_view text) {
     if (const int reason = writeStraight(file, text)) fail("cannot write", file, reason);
     return;
   }
+  error.clear();  // that nothing is there yet is no error
   const fs::path target = fs::exists(status) ? fs::canonical(file, error) : file;
   const fs::path temporary = target.string() + "." + std::to_string(getpid()) + ".tmp";
   int reason = error ? error.value() : writeStraight(temporary, text);

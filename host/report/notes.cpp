@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/report/text.h"
+
 namespace host {
 
 namespace {
@@ -49,8 +51,10 @@ std::string sceneOrderNote(const ResultTable& reference, const ResultTable& run)
     const std::string before = fileNameOf(reference.rows[i].path);
     const std::string now = fileNameOf(run.rows[i].path);
     if (before == now) continue;
-    return "reference has " + before + " as scene " + std::to_string(i + 1) + ", this run " + now +
-           ": images are matched by number, and scenes were added, removed or renamed since";
+    return formatted(
+        "reference has %s as scene %zu, this run %s: images are matched by number, and scenes were "
+        "added, removed or renamed since",
+        before.c_str(), i + 1, now.c_str());
   }
   return "";
 }
