@@ -21,13 +21,13 @@ constexpr float kLeastSkylight = 0.3F;  // of the ambient light, where none of t
 constexpr Vec2 kRotatedGrid[] = {{0.375F, 0.125F}, {0.875F, 0.375F}, {0.125F, 0.625F}, {0.625F, 0.875F}};
 constexpr Vec2 kCenter[] = {{0.5F, 0.5F}};
 
-// Directions about a normal (here y) with a cosine's density, shared out among a pixel's samples; each half
-// of every four spans the hemisphere, so that a sample alone errs little.
+// Directions about a normal (here y) with a cosine's density, two for each of a pixel's four samples: one
+// near the normal, one across from it.
 constexpr int kSkyDirections = 8;
-constexpr Vec3 kSkyward[kSkyDirections] = {{0.331F, 0.944F, 0.000F},   {-0.750F, 0.661F, 0.000F},
-                                           {0.000F, 0.866F, 0.500F},   {0.000F, 0.484F, -0.875F},
-                                           {-0.424F, 0.800F, 0.424F},  {0.661F, 0.354F, -0.661F},
-                                           {-0.306F, 0.901F, -0.306F}, {0.559F, 0.612F, 0.559F}};
+constexpr Vec3 kSkyward[kSkyDirections] = {{0.2456F, 0.9682F, 0.0468F},  {-0.9511F, 0.2500F, -0.1814F},
+                                           {-0.0811F, 0.9014F, 0.4253F}, {0.1689F, 0.4330F, -0.8854F},
+                                           {0.3142F, 0.8292F, 0.4624F},  {-0.4661F, 0.5590F, -0.6858F},
+                                           {-0.5471F, 0.7500F, 0.3718F}, {0.6203F, 0.6614F, -0.4216F}};
 
 /// Turns a direction about y into one about `normal`. (T. Duff et al., "Building an Orthonormal Basis,
 /// Revisited", JCGT 6(1), 2017, with y as the axis that is smooth everywhere but straight down.)
