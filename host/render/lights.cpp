@@ -6,16 +6,16 @@
 namespace host {
 namespace {
 
-constexpr float kKeyLight = 0.75F;         // reflected by white where the meter points
-constexpr float kSkyAlone = 0.42F;         // strength of the sky beside the fixed light
-constexpr float kSkyBesideLights = 0.10F;  // and beside a scene's own lights
+constexpr float kKeyLight = 0.85F;         // reflected by white where the meter points
+constexpr float kSkyAlone = 0.60F;         // strength of the sky beside the fixed light
+constexpr float kSkyBesideLights = 0.22F;  // and beside a scene's own lights
 constexpr float kPi = 3.14159265F;
 constexpr float kFarAway = 1e17F;
 constexpr size_t kMeteredDirections = 16;
 
 constexpr Vec3 kZenith{0.72F, 0.84F, 1.00F};
 constexpr Vec3 kHorizon{0.95F, 0.96F, 0.98F};
-constexpr Vec3 kGround{0.36F, 0.34F, 0.33F};
+constexpr Vec3 kGround{0.34F, 0.345F, 0.355F};
 
 Vec3 mix(Vec3 a, Vec3 b, float t) { return a * (1 - t) + b * t; }
 
