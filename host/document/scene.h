@@ -47,9 +47,12 @@ struct Material {
   bool doubleSided = false;
 };
 
-/// Triangles of one material in object space. Every index is below positions.size(); every position is
-/// finite. `normals`, `texCoords` and `colors` are empty or as long as `positions`.
+/// Triangles of one material in object space. Every index is below positions.size(); all numbers are finite.
+/// `normals`, `texCoords` and `colors` are empty or as long as `positions`. Texture transforms are already
+/// applied to `texCoords`; a texture whose set is empty is read at (0, 0).
 struct Mesh {
+  /// Ray tracers read 16 bytes at each vertex, so a loader reserves one more element than there are
+  /// (capacity() > size(), which a copy of the vector does not keep).
   std::vector<Vec3> positions;
   std::vector<Vec3> normals;  ///< unit length; empty: flat shading from the triangle itself
   std::vector<Vec2> texCoords[2];

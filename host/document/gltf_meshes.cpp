@@ -1,0 +1,223 @@
+#include "host/document/gltf_meshes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <string>
+
+#include "host/document/gltf_accessors.h"
+#include "host/document/gltf_limits.h"
+
+namespace host {
+namespace {
+
+static_assert(sizeof(Vec2) == 2 * sizeof(float) && sizeof(Vec3) == 3 * sizeof(float) &&
+              sizeof(Vec4) == 4 * sizeof(float));
+
+const tinygltf::Accessor* attribute(const tinygltf::Model& model, const tinygltf::Primitive& primitive,
+                                    const std::string& name) {
+  const auto found = primitive.attributes.find(name);
+  return found == primitive.attributes.end() ? nullptr : &model.accessors[static_cast<size_t>(found->second)];
+}
+
+void expectType(const tinygltf::Accessor& accessor, int type, const char* name) {
+  if (accessor.type != type) throw SceneError(std::string(name) + " has the wrong number of components");
+}
+
+bool isFinite(Vec2 v) { return std::isfinite(v.x) && std::isfinite(v.y); }
+bool isFinite(Vec3 v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
+bool isFinite(Vec4 v) { return isFinite(Vec3{v.x, v.y, v.z}) && std::isfinite(v.w); }
+
+template <typename Vec>
+std::vector<Vec> readVectors(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
+  std::vector<Vec> values;
+  values.reserve(accessor.count + 1);  // the padding that Mesh::positions promises
+  values.resize(accessor.count);
+  readFloats(model, accessor, reinterpret_cast<float*>(values.data()));
+  return values;
+}
+
+std::vector<Vec3> readPositions(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
+  expectType(accessor, TINYGLTF_TYPE_VEC3, "POSITION");
+  std::vector<Vec3> positions = readVectors<Vec3>(model, accessor);
+  const bool finite = std::all_of(positions.begin(), positions.end(), [](Vec3 p) { return isFinite(p); });
+  if (!finite) throw SceneError("a position is not a finite number");
+  return positions;
+}
+
+std::vector<Vec2> readTexCoords(const tinygltf::Model& model, const tinygltf::Accessor& accessor,
+                                const TexCoordSource& source) {
+  expectType(accessor, TINYGLTF_TYPE_VEC2, "TEXCOORD");
+  std::vector<Vec2> coords = readVectors<Vec2>(model, accessor);
+  const bool moved = !(source == TexCoordSource{source.set, {0, 0}, {1, 1}, 0});
+  for (Vec2& uv : coords) {
+    if (moved) uv = source.apply(uv);
+    if (!isFinite(uv)) uv = {0, 0};
+  }
+  return coords;
+}
+
+std::vector<Vec4> readColors(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
+  std::vector<Vec4> colors;
+  if (accessor.type == TINYGLTF_TYPE_VEC3) {
+    colors.reserve(accessor.count);
+    for (const Vec3 c : readVectors<Vec3>(model, accessor)) colors.push_back({c.x, c.y, c.z, 1});
+  } else {
+    expectType(accessor, TINYGLTF_TYPE_VEC4, "COLOR_0");
+    colors = readVectors<Vec4>(model, accessor);
+  }
+  std::replace_if(
+      colors.begin(), colors.end(), [](Vec4 c) { return !isFinite(c); }, Vec4{1, 1, 1, 1});
+  return colors;
+}
+
+std::vector<uint32_t> stripTriangles(const std::vector<uint32_t>& corners) {
+  std::vector<uint32_t> result;
+  for (size_t i = 0; i + 2 < corners.size(); ++i) {
+    const size_t odd = i % 2;  // every other triangle runs the other way round
+    result.insert(result.end(), {corners[i], corners[i + 1 + odd], corners[i + 2 - odd]});
+  }
+  return result;
+}
+
+std::vector<uint32_t> fanTriangles(const std::vector<uint32_t>& corners) {
+  std::vector<uint32_t> result;
+  for (size_t i = 0; i + 2 < corners.size(); ++i) {
+    result.insert(result.end(), {corners[i + 1], corners[i + 2], corners[0]});
+  }
+  return result;
+}
+
+/// Three corners a triangle. An incomplete last triangle is left out.
+std::vector<uint32_t> triangles(std::vector<uint32_t> corners, int mode) {
+  if (mode == TINYGLTF_MODE_TRIANGLE_STRIP) return stripTriangles(corners);
+  if (mode == TINYGLTF_MODE_TRIANGLE_FAN) return fanTriangles(corners);
+  corners.resize(corners.size() / 3 * 3);
+  return corners;
+}
+
+void checkIndices(const std::vector<uint32_t>& indices, size_t vertices) {
+  const auto largest = std::max_element(indices.begin(), indices.end());
+  if (largest == indices.end() || *largest < vertices) return;
+  throw SceneError("an index is out of range: " + std::to_string(*largest) + " of " +
+                   std::to_string(vertices) + " vertices");
+}
+
+/// Area-weighted normals of the triangles around each vertex.
+std::vector<Vec3> geometricNormals(const Mesh& mesh) {
+  std::vector<Vec3> normals(mesh.positions.size());
+  for (size_t i = 0; i + 2 < mesh.indices.size(); i += 3) {
+    const uint32_t* corner = &mesh.indices[i];
+    const Vec3 a = mesh.positions[corner[0]];
+    const Vec3 normal = cross(mesh.positions[corner[1]] - a, mesh.positions[corner[2]] - a);
+    for (int k = 0; k < 3; ++k) normals[corner[k]] = normals[corner[k]] + normal;
+  }
+  return normals;
+}
+
+/// Unit length for every normal; those without a direction take the surface's own.
+void normalizeNormals(Mesh& mesh) {
+  std::vector<Vec3> geometric;
+  for (size_t i = 0; i < mesh.normals.size(); ++i) {
+    const Vec3 unit = normalize(mesh.normals[i]);
+    if (std::abs(length(unit) - 1) < 0.01F) {
+      mesh.normals[i] = unit;
+      continue;
+    }
+    if (geometric.empty()) geometric = geometricNormals(mesh);
+    const Vec3 surface = normalize(geometric[i]);
+    mesh.normals[i] = std::abs(length(surface) - 1) < 0.01F ? surface : Vec3{0, 1, 0};
+  }
+}
+
+}  // namespace
+
+const std::vector<int>& MeshBuilder::get(int index) {
+  Entry& entry = built_[static_cast<size_t>(index)];
+  if (entry.done) return entry.meshes;
+  const tinygltf::Mesh& source = model_.meshes[static_cast<size_t>(index)];
+  for (size_t i = 0; i < source.primitives.size(); ++i) {
+    const tinygltf::Primitive& primitive = source.primitives[i];
+    if (skip(primitive)) continue;
+    const BuiltMaterial& material = materials_.get(primitive.material);
+    try {
+      Mesh mesh = build(primitive, material);
+      if (mesh.indices.empty()) continue;
+      entry.meshes.push_back(static_cast<int>(scene_.meshes.size()));
+      scene_.meshes.push_back(std::move(mesh));
+    } catch (const SceneError& error) {
+      throw SceneError("meshes[" + std::to_string(index) + "].primitives[" + std::to_string(i) +
+                       "]: " + error.what());
+    }
+  }
+  entry.done = true;
+  return entry.meshes;
+}
+
+bool MeshBuilder::skip(const tinygltf::Primitive& primitive) {
+  const int mode = primitive.mode;
+  if (mode == TINYGLTF_MODE_POINTS) {
+    ++skipped_.points;
+  } else if (mode == TINYGLTF_MODE_LINE || mode == TINYGLTF_MODE_LINE_LOOP ||
+             mode == TINYGLTF_MODE_LINE_STRIP) {
+    ++skipped_.lines;
+  } else if (primitive.attributes.count("POSITION") == 0) {
+    ++skipped_.withoutPositions;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+Mesh MeshBuilder::build(const tinygltf::Primitive& primitive, const BuiltMaterial& material) {
+  const tinygltf::Accessor& positions = *attribute(model_, primitive, "POSITION");
+  const uint64_t corners = primitive.indices < 0
+                               ? positions.count
+                               : model_.accessors[static_cast<size_t>(primitive.indices)].count;
+  // Positions, normals, two coordinates and colours a vertex; a strip has three indices for each corner.
+  takeMemory(positions.count * 56 + corners * 12);
+  Mesh mesh;
+  mesh.positions = readPositions(model_, positions);
+  std::vector<uint32_t> order;
+  if (primitive.indices < 0) {
+    order.resize(mesh.positions.size());
+    std::iota(order.begin(), order.end(), 0U);
+  } else {
+    order = readUnsigned(model_, model_.accessors[static_cast<size_t>(primitive.indices)]);
+    checkIndices(order, mesh.positions.size());
+  }
+  mesh.indices = triangles(std::move(order), primitive.mode);
+  mesh.material = material.material;
+  readAttributes(primitive, material, mesh);
+  return mesh;
+}
+
+void MeshBuilder::readAttributes(const tinygltf::Primitive& primitive, const BuiltMaterial& material,
+                                 Mesh& mesh) {
+  const auto find = [&](const std::string& name) {
+    const tinygltf::Accessor* accessor = attribute(model_, primitive, name);
+    if (accessor != nullptr && accessor->count != mesh.positions.size()) {
+      throw SceneError(name + " has " + std::to_string(accessor->count) + " elements for " +
+                       std::to_string(mesh.positions.size()) + " vertices");
+    }
+    return accessor;
+  };
+  if (const auto* normals = find("NORMAL")) {
+    expectType(*normals, TINYGLTF_TYPE_VEC3, "NORMAL");
+    mesh.normals = readVectors<Vec3>(model_, *normals);
+    normalizeNormals(mesh);
+  }
+  for (size_t slot = 0; slot < material.texCoordSources.size(); ++slot) {
+    const TexCoordSource& source = material.texCoordSources[slot];
+    const auto* coords = find("TEXCOORD_" + std::to_string(source.set));
+    if (coords != nullptr) mesh.texCoords[slot] = readTexCoords(model_, *coords, source);
+  }
+  if (const auto* colors = find("COLOR_0")) mesh.colors = readColors(model_, *colors);
+}
+
+void MeshBuilder::takeMemory(uint64_t bytes) {
+  geometryBytes_ += bytes;
+  if (geometryBytes_ > kMaxGeometryBytes) throw SceneError("the scene's geometry is larger than 8 GiB");
+}
+
+}  // namespace host

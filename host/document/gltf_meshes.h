@@ -1,0 +1,48 @@
+#pragma once
+// Triangle meshes of a glTF file, one for each primitive, made when a node first places them.
+
+#include <tiny_gltf.h>
+
+#include <vector>
+
+#include "host/document/gltf_materials.h"
+#include "host/document/scene.h"
+
+namespace host {
+
+/// Primitives that hold nothing a renderer of surfaces can show.
+struct SkippedPrimitives {
+  int points = 0;
+  int lines = 0;
+  int withoutPositions = 0;
+};
+
+class MeshBuilder {
+ public:
+  MeshBuilder(const tinygltf::Model& model, MaterialBuilder& materials, Scene& scene)
+      : model_(model), materials_(materials), scene_(scene), built_(model.meshes.size()) {}
+
+  /// The meshes (indices into Scene::meshes) that the file's mesh `index` consists of. Throws SceneError.
+  const std::vector<int>& get(int index);
+
+  const SkippedPrimitives& skipped() const { return skipped_; }
+
+ private:
+  struct Entry {
+    bool done = false;
+    std::vector<int> meshes;
+  };
+  bool skip(const tinygltf::Primitive& primitive);
+  Mesh build(const tinygltf::Primitive& primitive, const BuiltMaterial& material);
+  void readAttributes(const tinygltf::Primitive& primitive, const BuiltMaterial& material, Mesh& mesh);
+  void takeMemory(uint64_t bytes);
+
+  const tinygltf::Model& model_;
+  MaterialBuilder& materials_;
+  Scene& scene_;
+  std::vector<Entry> built_;  // by the file's index
+  SkippedPrimitives skipped_;
+  uint64_t geometryBytes_ = 0;
+};
+
+}  // namespace host

@@ -1,0 +1,117 @@
+#include "host/render/lights.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace host {
+namespace {
+
+constexpr float kKeyLight = 0.85F;         // reflected by white where the meter points
+constexpr float kSkyAlone = 0.60F;         // strength of the sky beside the fixed light
+constexpr float kSkyBesideLights = 0.22F;  // and beside a scene's own lights
+constexpr float kPi = 3.14159265F;
+constexpr float kFarAway = 1e17F;
+constexpr size_t kMeteredDirections = 16;
+
+constexpr Vec3 kZenith{0.72F, 0.84F, 1.00F};
+constexpr Vec3 kHorizon{0.95F, 0.96F, 0.98F};
+constexpr Vec3 kGround{0.34F, 0.345F, 0.355F};
+
+Vec3 mix(Vec3 a, Vec3 b, float t) { return a * (1 - t) + b * t; }
+
+float smoothstep(float low, float high, float x) {
+  const float t = std::clamp((x - low) / (high - low), 0.0F, 1.0F);
+  return t * t * (3 - 2 * t);
+}
+
+float luminance(Vec3 c) { return 0.2126F * c.x + 0.7152F * c.y + 0.0722F * c.z; }
+
+Light fixedLight() {
+  Light light;
+  light.kind = Light::Kind::Directional;
+  light.color = {1, 0.97F, 0.92F};
+  light.direction = normalize(Vec3{0.42F, -0.78F, -0.46F});
+  return light;
+}
+
+/// The factor that brings the brightest illuminance at the centre to pi * kKeyLight.
+float meter(const std::vector<Light>& lights, const std::optional<Bounds>& bounds) {
+  const Bounds box = bounds.value_or(Bounds{});
+  const Vec3 center = (box.low + box.high) * 0.5F;
+  const float radius = length(box.high - box.low) * 0.5F;
+  std::vector<Illumination> all;
+  for (const Light& light : lights)
+    all.push_back(Lamp(light, 1).metered(center, std::max(radius * 0.5F, 1e-3F)));
+
+  float brightest = 0;
+  for (size_t i = 0; i < std::min(all.size(), kMeteredDirections); ++i) {
+    float sum = 0;
+    for (const Illumination& light : all) {
+      sum += luminance(light.radiance) * std::max(0.0F, dot(all[i].direction, light.direction));
+    }
+    brightest = std::max(brightest, sum);
+  }
+  return brightest > 1e-30F && brightest < 1e30F ? kKeyLight / brightest : 1;
+}
+
+}  // namespace
+
+Lamp::Lamp(const Light& light, float exposure)
+    : light_(light), intensity_(light.color * (light.intensity * exposure)) {
+  // The falloff between the cones as glTF's KHR_lights_punctual recommends.
+  const float inner = std::cos(light.innerCone), outer = std::cos(light.outerCone);
+  coneScale_ = 1 / std::max(0.001F, inner - outer);
+  coneOffset_ = -outer * coneScale_;
+}
+
+float Lamp::falloff(float distance, Vec3 direction) const {
+  float share = 1 / (distance * distance);
+  if (light_.range > 0) {
+    const float ratio = distance / light_.range;
+    share *= std::clamp(1 - ratio * ratio * ratio * ratio, 0.0F, 1.0F);
+  }
+  if (light_.kind == Light::Kind::Spot) {
+    const float cone = std::clamp(-dot(direction, light_.direction) * coneScale_ + coneOffset_, 0.0F, 1.0F);
+    share *= cone * cone;
+  }
+  return share;
+}
+
+std::optional<Illumination> Lamp::at(Vec3 point) const {
+  if (light_.kind == Light::Kind::Directional) return Illumination{-light_.direction, kFarAway, intensity_};
+  const Vec3 towards = light_.position - point;
+  const float distance = length(towards);
+  if (!(distance > 0 && distance < kFarAway)) return {};
+  const Vec3 direction = towards * (1 / distance);
+  const float share = falloff(distance, direction);
+  if (!(share > 0)) return {};
+  return Illumination{direction, distance, intensity_ * share};
+}
+
+Illumination Lamp::metered(Vec3 point, float minDistance) const {
+  if (light_.kind == Light::Kind::Directional) return {-light_.direction, kFarAway, intensity_};
+  const Vec3 towards = light_.position - point;
+  const float distance = std::max(length(towards), minDistance);
+  return {normalize(towards), distance, intensity_ * (1 / (distance * distance))};
+}
+
+Vec3 Sky::radiance(Vec3 direction, float blur) const {
+  const float width = 0.35F + 0.65F * blur;
+  const float above = smoothstep(-width, width * 0.6F, direction.y);
+  const Vec3 sky = mix(kHorizon, kZenith, std::max(direction.y, 0.0F));
+  return mix(kGround, sky, above) * strength_;
+}
+
+Vec3 Sky::ambient(Vec3 normal) const {
+  const Vec3 sky = mix(kHorizon, kZenith, 0.5F);
+  return mix(kGround, sky, 0.5F + 0.5F * normal.y) * strength_;
+}
+
+SceneLights::SceneLights(const Scene& scene, const std::optional<Bounds>& bounds)
+    : sky(scene.lights.empty() ? kSkyAlone : kSkyBesideLights) {
+  const std::vector<Light> lights = scene.lights.empty() ? std::vector<Light>{fixedLight()} : scene.lights;
+  const float exposure = meter(lights, bounds);
+  for (const Light& light : lights) lamps.emplace_back(light, exposure);
+}
+
+}  // namespace host

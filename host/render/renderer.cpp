@@ -1,0 +1,89 @@
+#include "host/render/renderer.h"
+
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "host/render/pixels.h"
+#include "host/render/texture.h"
+
+namespace host {
+namespace {
+
+constexpr int kTile = 16;  // pixels a side: enough work to hand out, little to wait for at the end
+
+class TileRun {
+ public:
+  TileRun(const RenderRequest& request, PixelColor color)
+      : request_(request),
+        color_(std::move(color)),
+        across_((request.width + kTile - 1) / kTile),
+        down_((request.height + kTile - 1) / kTile),
+        image_{request.width, request.height, 3, {}} {
+    image_.pixels.resize(3ULL * request.width * request.height);
+  }
+
+  Image run() {
+    const auto everyTile = [this] {
+      tbb::parallel_for(0, across_ * down_, [this](int i) { renderTile(i); });
+    };
+    tbb::task_arena arena(request_.threads > 0 ? request_.threads : tbb::task_arena::automatic);
+    arena.execute(everyTile);
+    if (stopped_) throw RenderStopped();
+    return std::move(image_);
+  }
+
+ private:
+  void renderTile(int index) {
+    const DenormalsAsZero mode;
+    const int left = index % across_ * kTile, top = index / across_ * kTile;
+    for (int y = top; y < std::min(top + kTile, request_.height); ++y) {
+      for (int x = left; x < std::min(left + kTile, request_.width); ++x) {
+        if (isStopped()) return;
+        const Vec3 c = color_(x, y);
+        uint8_t* pixel = &image_.pixels[3 * (static_cast<size_t>(y) * request_.width + x)];
+        pixel[0] = linearToSrgb(c.x);
+        pixel[1] = linearToSrgb(c.y);
+        pixel[2] = linearToSrgb(c.z);
+      }
+    }
+  }
+
+  /// Asked for every pixel, because one pixel with a thousand lamps takes as long as a simple tile.
+  bool isStopped() {
+    if (!stopped_ && request_.stopped()) stopped_ = true;
+    return stopped_;
+  }
+
+  const RenderRequest& request_;
+  const PixelColor color_;
+  const int across_, down_;
+  std::atomic<bool> stopped_{false};
+  Image image_;
+};
+
+void requireSize(const RenderRequest& request) {
+  const bool sides = request.width >= 1 && request.width <= kMaxImageSide && request.height >= 1 &&
+                     request.height <= kMaxImageSide;
+  if (!sides || static_cast<int64_t>(request.width) * request.height > kMaxImagePixels) {
+    throw std::runtime_error("the picture's size is out of range: " + std::to_string(request.width) + " x " +
+                             std::to_string(request.height));
+  }
+}
+
+}  // namespace
+
+PreparedScene::PreparedScene(const Scene& scene) : data_(std::make_unique<Data>(scene)) {}
+PreparedScene::~PreparedScene() = default;
+
+Image renderScene(const PreparedScene& scene, RendererId renderer, const RenderRequest& request) {
+  requireSize(request);
+  const bool preview = renderer == RendererId::Preview;
+  return TileRun(request,
+                 preview ? previewPixels(scene.data(), request) : standardPixels(scene.data(), request))
+      .run();
+}
+
+}  // namespace host

@@ -1,0 +1,31 @@
+#pragma once
+// What a ray finds where it meets a triangle.
+
+#include "host/render/texture.h"
+#include "host/render/trace.h"
+
+namespace host {
+
+struct Surface {
+  Vec3 position;        ///< world
+  Vec3 geometric;       ///< unit normal of the triangle, on the viewer's side
+  Vec3 normal;          ///< unit shading normal, on the viewer's side
+  Vec3 litFrom;         ///< where shadow rays start: outside the smooth surface that the triangles stand for
+  float clearance = 0;  ///< metres off the triangle at which a new ray does not meet it again
+  const Mesh* mesh = nullptr;
+  const Material* material = nullptr;
+  TrianglePoint point;
+  Vec4 baseColor;  ///< linear; w is the coverage: 1 unless the material blends
+};
+
+/// The first triangle along `ray` whose visible side faces it; single-sided ones are looked through from
+/// behind. Moves ray.tnear behind the hit, so that another call finds what lies beyond.
+bool nearestVisible(const PreparedScene::Data& data, Ray& ray, Hit& hit, RayLog* log);
+
+/// The surface at a hit of `ray`.
+Surface surfaceAt(const PreparedScene::Data& data, const Ray& ray, const Hit& hit);
+
+/// A ray that leaves the surface on the side to which `direction` points.
+Ray leaving(const Surface& surface, Vec3 from, Vec3 direction);
+
+}  // namespace host

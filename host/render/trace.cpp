@@ -1,0 +1,261 @@
+#include "host/render/trace.h"
+
+#include <embree3/rtcore.h>
+#include <immintrin.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+#include "host/render/texture.h"
+
+namespace host {
+namespace {
+
+// The library aborts the process on rays that start farther out.
+constexpr float kMaxCoordinate = 1e18F;
+
+/// Named outright, because results differ in their last bits from set to set: one that both old and new
+/// processors have gives the same pictures on most machines.
+const char* instructionSet() {
+  if (__builtin_cpu_supports("avx2")) return "avx2";
+  if (__builtin_cpu_supports("avx")) return "avx";
+  if (__builtin_cpu_supports("sse4.2")) return "sse4.2";
+  return "sse2";
+}
+
+/// One for the process, made when it is first needed and never released: threads of the library outlive main.
+RTCDevice device() {
+  static const RTCDevice instance = rtcNewDevice(("isa=" + std::string(instructionSet())).c_str());
+  if (!instance) throw std::runtime_error("the ray tracing library cannot start");
+  return instance;
+}
+
+void throwOnDeviceError() {
+  switch (rtcGetDeviceError(device())) {
+    case RTC_ERROR_NONE:
+      return;
+    case RTC_ERROR_OUT_OF_MEMORY:
+      throw std::runtime_error("not enough memory for the ray tracing tree");
+    default:
+      throw std::runtime_error("the ray tracing tree cannot be built");
+  }
+}
+
+struct GeometryRelease {
+  void operator()(RTCGeometryTy* geometry) const { rtcReleaseGeometry(geometry); }
+};
+using Geometry = std::unique_ptr<RTCGeometryTy, GeometryRelease>;
+
+template <class Handle>
+Handle checked(typename Handle::pointer raw) {
+  if (!raw) throwOnDeviceError();
+  return Handle(raw);
+}
+
+struct ShadowContext {
+  RTCIntersectContext base;  // first: the library hands back a pointer to it
+  float transmittance = 1;
+};
+
+// The library calls these with one ray at a time, because only such calls are made here.
+
+float alphaAt(const RTCFilterFunctionNArguments* arguments) {
+  const auto& source = *static_cast<const AlphaSource*>(arguments->geometryUserPtr);
+  const auto* hit = reinterpret_cast<const RTCHit*>(arguments->hit);
+  return surfaceAlpha(*source.scene, *source.mesh, *source.material, hit->primID, hit->u, hit->v);
+}
+
+void passMaskHoles(const RTCFilterFunctionNArguments* arguments) {
+  const auto& source = *static_cast<const AlphaSource*>(arguments->geometryUserPtr);
+  if (alphaAt(arguments) < source.material->alphaCutoff) arguments->valid[0] = 0;
+}
+
+void passBlendedLight(const RTCFilterFunctionNArguments* arguments) {
+  auto& context = *reinterpret_cast<ShadowContext*>(arguments->context);
+  context.transmittance *= 1 - alphaAt(arguments);
+  if (context.transmittance > 0.01F) arguments->valid[0] = 0;
+}
+
+Geometry makeTriangles(const Mesh& mesh, const Mat4& toWorld, AlphaSource* alpha) {
+  auto geometry = checked<Geometry>(rtcNewGeometry(device(), RTC_GEOMETRY_TYPE_TRIANGLE));
+  // The library's own buffer has the padding that it reads behind the last vertex.
+  auto* vertices = static_cast<Vec3*>(rtcSetNewGeometryBuffer(
+      geometry.get(), RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, sizeof(Vec3), mesh.positions.size()));
+  if (!vertices) throwOnDeviceError();
+  std::transform(mesh.positions.begin(), mesh.positions.end(), vertices,
+                 [&](Vec3 p) { return transformPoint(toWorld, p); });
+  rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.indices.data(),
+                             0, 3 * sizeof(uint32_t), mesh.indices.size() / 3);
+  if (alpha->material->alphaMode != AlphaMode::Opaque) {
+    const bool mask = alpha->material->alphaMode == AlphaMode::Mask;
+    rtcSetGeometryUserData(geometry.get(), alpha);
+    if (mask) rtcSetGeometryIntersectFilterFunction(geometry.get(), passMaskHoles);
+    rtcSetGeometryOccludedFilterFunction(geometry.get(), mask ? passMaskHoles : passBlendedLight);
+  }
+  rtcCommitGeometry(geometry.get());
+  throwOnDeviceError();
+  return geometry;
+}
+
+Tree makeTree() {
+  auto tree = checked<Tree>(rtcNewScene(device()));
+  rtcSetSceneFlags(tree.get(), RTC_SCENE_FLAG_ROBUST);
+  return tree;
+}
+
+Geometry makeInstance(RTCScene tree, const Mat4& toWorld) {
+  auto geometry = checked<Geometry>(rtcNewGeometry(device(), RTC_GEOMETRY_TYPE_INSTANCE));
+  rtcSetGeometryInstancedScene(geometry.get(), tree);
+  rtcSetGeometryTransform(geometry.get(), 0, RTC_FORMAT_FLOAT4X4_COLUMN_MAJOR, toWorld.m.data());
+  rtcCommitGeometry(geometry.get());
+  throwOnDeviceError();
+  return geometry;
+}
+
+Vec3 column(const Mat4& t, int c) { return {t.m[4 * c], t.m[4 * c + 1], t.m[4 * c + 2]}; }
+
+float largest(Vec3 v) { return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)}); }
+
+/// Whether rays can be carried into the object's space: not flattened, and with numbers of ordinary size.
+bool isInvertible(const Mat4& t) {
+  const Vec3 x = column(t, 0), y = column(t, 1), z = column(t, 2);
+  const float lengths[] = {length(x), length(y), length(z)};
+  for (const float l : lengths) {
+    if (!(l > 1e-6F && l < 1e6F)) return false;
+  }
+  const float volume = dot(cross(x, y), z) / lengths[0] / lengths[1] / lengths[2];
+  return std::abs(volume) > 1e-5F && largest(column(t, 3)) < 1e12F;
+}
+
+/// Cofactors: the inverse transposed up to its length, defined for flattened transforms too.
+Mat4 normalTransform(const Mat4& t, bool mirrored) {
+  const Vec3 x = column(t, 0), y = column(t, 1), z = column(t, 2);
+  const float sign = mirrored ? -1.0F : 1.0F;
+  const Vec3 columns[] = {cross(y, z) * sign, cross(z, x) * sign, cross(x, y) * sign};
+  Mat4 r;
+  for (int c = 0; c < 3; ++c) {
+    r.m[4 * c] = columns[c].x;
+    r.m[4 * c + 1] = columns[c].y;
+    r.m[4 * c + 2] = columns[c].z;
+  }
+  return r;
+}
+
+bool isFinite(Vec3 v, float limit) {
+  return std::abs(v.x) < limit && std::abs(v.y) < limit && std::abs(v.z) < limit;
+}
+
+bool isTraceable(const Ray& ray) {
+  return isFinite(ray.origin, kMaxCoordinate) && isFinite(ray.direction, 2) && ray.tnear >= 0 &&
+         ray.tfar > ray.tnear && ray.tfar < std::numeric_limits<float>::infinity();
+}
+
+RTCRay libraryRay(const Ray& ray) {
+  RTCRay r{};
+  r.org_x = ray.origin.x;
+  r.org_y = ray.origin.y;
+  r.org_z = ray.origin.z;
+  r.dir_x = ray.direction.x;
+  r.dir_y = ray.direction.y;
+  r.dir_z = ray.direction.z;
+  r.tnear = ray.tnear;
+  r.tfar = ray.tfar;
+  r.mask = 0xFFFFFFFFU;
+  return r;
+}
+
+}  // namespace
+
+void TreeRelease::operator()(RTCSceneTy* tree) const { rtcReleaseScene(tree); }
+
+PreparedScene::Data::Data(const Scene& source) : scene(source), tree(makeTree()) {
+  std::vector<int> uses(scene.meshes.size());
+  for (const Instance& instance : scene.instances) ++uses[instance.mesh];
+  for (const Mesh& mesh : scene.meshes) {
+    const Material* material = mesh.material < 0 ? &defaultMaterial : &scene.materials[mesh.material];
+    alphaSources.push_back(std::make_unique<AlphaSource>(AlphaSource{&scene, &mesh, material}));
+  }
+  meshTrees.resize(scene.meshes.size());
+
+  for (const Instance& instance : scene.instances) {
+    AlphaSource* alpha = alphaSources[instance.mesh].get();
+    const Mat4& toWorld = instance.transform;
+    const bool mirrored = dot(cross(column(toWorld, 0), column(toWorld, 1)), column(toWorld, 2)) < 0;
+    const auto id = static_cast<unsigned>(placements.size());
+    placements.push_back(
+        {alpha->mesh, alpha->material, toWorld, normalTransform(toWorld, mirrored), mirrored, 0});
+    if (alpha->mesh->indices.empty()) continue;
+
+    // A mesh that stands once is carried into the world, which traces faster and allows any transform. One
+    // that stands in several places is kept once; flattened copies of it, which have no inside, are left out.
+    if (uses[instance.mesh] == 1) {
+      rtcAttachGeometryByID(tree.get(), makeTriangles(*alpha->mesh, toWorld, alpha).get(), id);
+      continue;
+    }
+    if (!isInvertible(toWorld)) continue;
+    placements.back().magnitude = largest(column(toWorld, 3));
+    Tree& meshTree = meshTrees[instance.mesh];
+    if (!meshTree) {
+      meshTree = makeTree();
+      rtcAttachGeometry(meshTree.get(), makeTriangles(*alpha->mesh, Mat4{}, alpha).get());
+      rtcCommitScene(meshTree.get());
+      throwOnDeviceError();
+    }
+    rtcAttachGeometryByID(tree.get(), makeInstance(meshTree.get(), toWorld).get(), id);
+  }
+  rtcCommitScene(tree.get());
+  throwOnDeviceError();
+}
+
+std::optional<Bounds> PreparedScene::Data::bounds() const {
+  RTCBounds b;
+  rtcGetSceneBounds(tree.get(), &b);
+  if (!(b.lower_x <= b.upper_x)) return {};
+  return Bounds{{b.lower_x, b.lower_y, b.lower_z}, {b.upper_x, b.upper_y, b.upper_z}};
+}
+
+bool PreparedScene::Data::nearest(const Ray& ray, Hit& hit, RayLog* log) const {
+  if (!isTraceable(ray)) return false;
+  if (log) log->nearest.push_back(ray);
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  RTCRayHit query{libraryRay(ray), {}};
+  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+  rtcIntersect1(tree.get(), &context, &query);
+  const bool usable = query.hit.geomID != RTC_INVALID_GEOMETRY_ID && query.ray.tfar >= ray.tnear &&
+                      query.ray.tfar <= ray.tfar && std::isfinite(query.hit.u + query.hit.v);
+  if (!usable) return false;
+  const bool instanced = query.hit.instID[0] != RTC_INVALID_GEOMETRY_ID;
+  hit = {query.ray.tfar, query.hit.u, query.hit.v, instanced ? query.hit.instID[0] : query.hit.geomID,
+         query.hit.primID};
+  return true;
+}
+
+float PreparedScene::Data::transmittance(const Ray& ray, RayLog* log) const {
+  if (!isTraceable(ray)) return 1;
+  if (log) log->shadow.push_back(ray);
+  ShadowContext context;
+  rtcInitIntersectContext(&context.base);
+  RTCRay query = libraryRay(ray);
+  rtcOccluded1(tree.get(), &context.base, &query);
+  return query.tfar < 0 ? 0 : context.transmittance;
+}
+
+DenormalsAsZero::DenormalsAsZero() : before_(_mm_getcsr()) {
+  constexpr unsigned kFlushToZero = 0x8000, kDenormalsAreZero = 0x0040;
+  _mm_setcsr(before_ | kFlushToZero | kDenormalsAreZero);
+}
+
+DenormalsAsZero::~DenormalsAsZero() { _mm_setcsr(before_); }
+
+std::vector<std::string> traceFacts() {
+  const auto property = [](RTCDeviceProperty p) { return std::to_string(rtcGetDeviceProperty(device(), p)); };
+  return {"isa " + std::string(instructionSet()), "embree " + property(RTC_DEVICE_PROPERTY_VERSION_MAJOR) +
+                                                      "." + property(RTC_DEVICE_PROPERTY_VERSION_MINOR) +
+                                                      "." + property(RTC_DEVICE_PROPERTY_VERSION_PATCH)};
+}
+
+}  // namespace host
