@@ -98,15 +98,13 @@ enum {
   HOST_VALUE_CONTAINER = 6
 };
 
-/* One value of a container, as ContainerNextEntry shows it. Pointers are lent until the container changes
- * or ends; only the field that `type` names has a meaning. */
+/* One value of a container, as ContainerNextEntry shows it; only the field that `type` names has a meaning.
+ * Strings and file names are read with ContainerGetString and ContainerGetFileName. */
 typedef struct HostContainerValue {
-  int32_t type;
+  int32_t type;    /* HOST_VALUE_* */
   int32_t integer; /* HOST_VALUE_BOOL, HOST_VALUE_INT32 */
   double real;
-  const HostString* string;
-  const HostFileName* fileName;
-  const HostContainer* container;
+  HostContainer* container; /* lent until the outer container changes or ends */
 } HostContainerValue;
 
 /* Message containers: the identifier of a container that the host sends to a dialog. */

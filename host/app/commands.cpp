@@ -1,0 +1,132 @@
+#include "host/app/commands.h"
+
+#include "host/app/exit_status.h"
+#include "host/render/document_renderer.h"
+#include "host/report/adopt.h"
+#include "host/services/bitmap.h"
+#include "host/services/paths.h"
+#include "host/services/threads.h"
+
+namespace host {
+namespace {
+
+// The tool whose runs are judged, and where its stored settings hold what it was asked.
+constexpr int32_t kLumicheckId = 1001198;
+constexpr int32_t kStoredScenePath = 1;
+constexpr int32_t kStoredReferencePath = 2;
+
+RunRequest storedRun(const SettingsStore& settings) {
+  const Container stored = settings.load(kLumicheckId).value_or(Container());
+  const auto pathOf = [&](int32_t id) {
+    const auto* path = stored.find<PathValue>(id);
+    return path != nullptr ? path->bytes : std::string();
+  };
+  return {pathOf(kStoredScenePath), pathOf(kStoredReferencePath)};
+}
+
+std::string plural(std::size_t count, const char* noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+void render(HostServices& services, Document& document, Bitmap& bitmap) {
+  const Container& settings = document.renderSettings();
+  RenderRequest request;
+  request.width = settings.getInt32(render_setting::kWidth);
+  request.height = settings.getInt32(render_setting::kHeight);
+  request.threads = services.renderThreads;
+  request.stopped = interruptRequested;
+  if (!bitmap.init(request.width, request.height, 24))
+    throw std::runtime_error("the render settings ask for no possible size");
+  bitmap.assign(DocumentRenderer(document).render(settings, request));
+}
+
+}  // namespace
+
+int listCommands(HostServices& services) {
+  for (const auto& command : services.commands.commands()) {
+    services.console.print(std::to_string(command->id) + "\t" + shownName(command->name));
+  }
+  return kExitGood;
+}
+
+int executeCommand(HeadlessHost& host, const ExecuteRequest& request) {
+  HostServices& services = host.services();
+  Command* command = services.commands.find(request.id);
+  if (command == nullptr) {
+    services.console.printError("There is no command " + std::to_string(request.id) +
+                                "; 'vesta commands' lists them.");
+    return kExitUsage;
+  }
+  if (!command->isEnabled()) {
+    services.console.printError("The command '" + shownName(command->name) + "' cannot be chosen now.");
+    return kExitWrong;
+  }
+  const auto started = std::chrono::system_clock::now();
+  host.dialogs().setScript(request.script);
+  int status = command->execute() ? kExitGood : kExitWrong;
+  services.console.flush();
+  for (const std::string& problem : host.dialogs().problems()) {
+    services.console.printError(problem);
+    status = graver(status, kExitUsage);
+  }
+  if (request.id == kLumicheckId && !host.dialogs().cancelled()) {
+    status = graver(status, finishRun(services, storedRun(services.settings), request.judge, started));
+  }
+  return status;
+}
+
+int renderOne(HostServices& services, const std::string& scene, const std::string& image) {
+  const bool png = hasSuffix(image, "png");
+  if (!png && !hasSuffix(image, "tif") && !hasSuffix(image, "tiff")) {
+    services.console.printError("'" + image + "': pictures are written as .tif or .png");
+    return kExitUsage;
+  }
+  const std::string file = normalPath(scene);
+  Bitmap bitmap;
+  try {
+    Document document(file);
+    for (const std::string& phrase : document.sceneFile().unsupported) {
+      services.console.print(file + ": rendered without " + phrase);
+    }
+    render(services, document, bitmap);
+  } catch (const SceneError& error) {
+    services.console.printError(file + ": " + error.what());
+    return kExitUsage;
+  } catch (const RenderStopped&) {
+    return kExitStopped;
+  } catch (const std::exception& error) {
+    services.console.printError(file + ": " + error.what());
+    return kExitWrong;
+  }
+  try {
+    const std::string place = normalPath(image);
+    png ? bitmap.savePng(place) : bitmap.saveTiff(place, services.tiffCompression());
+    services.console.print("Created " + place);
+    return kExitGood;
+  } catch (const std::exception& error) {
+    services.console.printError(image + ": " + error.what());
+    return kExitUsage;
+  }
+}
+
+int adopt(HostServices& services, const std::string& folder, const std::string& links) {
+  try {
+    const Adoption adoption = adoptGltfFiles(folder, links);
+    for (const Refusal& refusal : adoption.refused) {
+      services.console.printError(refusal.path.string() + ": " + refusal.reason);
+    }
+    services.console.print(plural(adoption.made, "new link") + ", " + plural(adoption.kept, "link") +
+                           " kept, " + plural(adoption.refused.size(), "file") +
+                           " refused: " + normalPath(links));
+    if (adoption.made + adoption.kept == 0) {
+      services.console.printError("There is no glTF file below '" + folder + "'.");
+      return kExitUsage;
+    }
+    return adoption.refused.empty() ? kExitGood : kExitWrong;
+  } catch (const ReportError& error) {
+    services.console.printError(error.what());
+    return kExitUsage;
+  }
+}
+
+}  // namespace host

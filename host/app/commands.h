@@ -1,0 +1,27 @@
+#pragma once
+// What the program can be told to do, a function each. All answer the exit status.
+
+#include <string>
+#include <vector>
+
+#include "host/app/judge.h"
+#include "host/headless/headless_host.h"
+
+namespace host {
+
+struct ExecuteRequest {
+  int32_t id = 0;
+  DialogScript script;
+  JudgeOptions judge;
+};
+
+/// Lists the registered commands: id, tab, name.
+int listCommands(HostServices& services);
+/// Runs one command as a user would.
+int executeCommand(HeadlessHost& host, const ExecuteRequest& request);
+/// Renders one scene to one picture, TIFF or PNG by its suffix.
+int renderOne(HostServices& services, const std::string& scene, const std::string& image);
+/// Links glTF files as scenes.
+int adopt(HostServices& services, const std::string& folder, const std::string& links);
+
+}  // namespace host

@@ -1,0 +1,21 @@
+#include "host/render/document_renderer.h"
+
+namespace host {
+namespace {
+
+RendererId rendererOf(int32_t id) {
+  if (id == static_cast<int32_t>(RendererId::Standard)) return RendererId::Standard;
+  if (id == static_cast<int32_t>(RendererId::Preview)) return RendererId::Preview;
+  throw std::runtime_error("there is no renderer " + std::to_string(id));
+}
+
+}  // namespace
+
+Image DocumentRenderer::render(const Container& settings, RenderRequest request) {
+  const RendererId renderer = rendererOf(settings.getInt32(render_setting::kRenderer));
+  request.antialiasing = settings.getBool(render_setting::kAntialiasing, true);
+  if (!prepared_) prepared_ = std::make_unique<PreparedScene>(document_.sceneFile().scene);
+  return renderScene(*prepared_, renderer, request);
+}
+
+}  // namespace host

@@ -1,0 +1,202 @@
+#include "host/services/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <system_error>
+
+#include "host/services/paths.h"
+
+namespace host {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+[[noreturn]] void throwErrno(const std::string& name) {
+  throw std::system_error(errno, std::generic_category(), name);
+}
+
+std::string temporaryName(const std::string& place) {
+  static std::atomic<unsigned> count{0};
+  return place + "." + std::to_string(getpid()) + "-" + std::to_string(count++) + ".part";
+}
+
+bool writeAll(int descriptor, const void* buffer, int64_t count) {
+  const char* bytes = static_cast<const char*>(buffer);
+  while (count > 0) {
+    const ssize_t written = ::write(descriptor, bytes, static_cast<size_t>(count));
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    bytes += written;
+    count -= written;
+  }
+  return true;
+}
+
+bool contains(const fs::path& outer, const fs::path& inner) {
+  return std::mismatch(outer.begin(), outer.end(), inner.begin(), inner.end()).first == outer.end();
+}
+
+/// Whether walking into the link `entry` of `folder` would come back to a folder that the way to it has
+/// already passed, through whatever links.
+bool leadsAround(const fs::path& folder, const fs::path& entry) {
+  std::error_code error;
+  const fs::path target = fs::canonical(entry, error);
+  if (error) return true;
+  for (fs::path passed = folder; !passed.empty(); passed = passed.parent_path()) {
+    const fs::path real = fs::canonical(passed, error);
+    if (!error && contains(target, real)) return true;
+    if (passed == passed.root_path()) break;
+  }
+  return false;
+}
+
+}  // namespace
+
+PendingFile::PendingFile(const std::string& name) {
+  std::error_code error;
+  const fs::path real = fs::weakly_canonical(name, error);
+  place_ = error || name.empty() ? name : real.string();
+  const fs::file_status status = fs::status(place_, error);
+  if (fs::is_directory(status)) throw std::system_error(EISDIR, std::generic_category(), name);
+  if (fs::exists(status) && access(place_.c_str(), W_OK) != 0) throwErrno(name);
+  if (fs::exists(status) && !fs::is_regular_file(status)) return;
+  temporary_ = temporaryName(place_);
+  const int descriptor = ::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (descriptor < 0) {
+    temporary_.clear();
+    throwErrno(name);
+  }
+  if (fs::exists(status)) static_cast<void>(fchmod(descriptor, static_cast<mode_t>(status.permissions())));
+  ::close(descriptor);
+}
+
+PendingFile::~PendingFile() {
+  if (!temporary_.empty()) ::unlink(temporary_.c_str());
+}
+
+void PendingFile::commit() {
+  if (temporary_.empty()) return;
+  if (::rename(temporary_.c_str(), place_.c_str()) != 0) throwErrno(place_);
+  temporary_.clear();
+}
+
+FileStream::~FileStream() { abandon(); }
+
+void FileStream::abandon() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+  descriptor_ = -1;
+  failed_ = false;
+  pending_.reset();
+}
+
+bool FileStream::openForReading(const std::string& name) {
+  abandon();
+  if (!fileExists(name)) return false;
+  descriptor_ = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
+  return descriptor_ >= 0;
+}
+
+bool FileStream::openForWriting(const std::string& name) {
+  abandon();
+  if (name.empty()) return false;
+  try {
+    pending_ = std::make_unique<PendingFile>(name);
+  } catch (const std::system_error&) {
+    return false;
+  }
+  descriptor_ = ::open(pending_->path().c_str(), O_WRONLY | O_CLOEXEC);
+  return descriptor_ >= 0;
+}
+
+bool FileStream::close() {
+  if (descriptor_ < 0) return false;
+  // Some file systems tell of a full disk only here.
+  bool good = ::close(descriptor_) == 0 && !failed_;
+  descriptor_ = -1;
+  if (good && pending_) {
+    try {
+      pending_->commit();
+    } catch (const std::system_error&) {
+      good = false;
+    }
+  }
+  abandon();
+  return good;
+}
+
+int64_t FileStream::read(void* buffer, int64_t count) {
+  int64_t total = 0;
+  while (total < count) {
+    const ssize_t got =
+        ::read(descriptor_, static_cast<char*>(buffer) + total, static_cast<size_t>(count - total));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return -1;
+    if (got == 0) break;
+    total += got;
+  }
+  return total;
+}
+
+bool FileStream::write(const void* buffer, int64_t count) {
+  if (descriptor_ < 0 || !pending_ || count < 0) return false;
+  if (!writeAll(descriptor_, buffer, count)) failed_ = true;
+  return !failed_;
+}
+
+int64_t FileStream::length() const {
+  struct stat status {};
+  return descriptor_ >= 0 && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+}
+
+bool listFolder(const std::string& folder, std::vector<ListedEntry>& entries) {
+  entries.clear();
+  std::error_code error;
+  fs::directory_iterator walk(folder, error);
+  if (error || folder.empty()) return false;
+  while (walk != fs::directory_iterator()) {
+    std::error_code ignored;
+    const bool isFolder = walk->is_directory(ignored);
+    const bool isLink = walk->is_symlink(ignored);
+    if (!isFolder || !isLink || !leadsAround(folder, walk->path())) {
+      entries.push_back({walk->path().filename().string(), isFolder});
+    }
+    walk.increment(error);
+    if (error) return false;
+  }
+  std::sort(entries.begin(), entries.end(),
+            [](const ListedEntry& a, const ListedEntry& b) { return a.name < b.name; });
+  return true;
+}
+
+std::string readWholeFile(const fs::path& file) {
+  FileStream stream;
+  if (!stream.openForReading(file.string())) {
+    if (errno == 0) errno = ENOENT;
+    throwErrno(file.string());
+  }
+  std::string bytes(static_cast<size_t>(std::max<int64_t>(stream.length(), 0)), '\0');
+  const int64_t count = stream.read(bytes.data(), static_cast<int64_t>(bytes.size()));
+  if (count < 0) throwErrno(file.string());
+  bytes.resize(static_cast<size_t>(count));
+  return bytes;
+}
+
+void writeWholeFile(const std::string& name, std::string_view bytes) {
+  PendingFile pending(name);
+  const int descriptor = ::open(pending.path().c_str(), O_WRONLY | O_CLOEXEC);
+  if (descriptor < 0) throwErrno(name);
+  const bool written = writeAll(descriptor, bytes.data(), static_cast<int64_t>(bytes.size()));
+  const int reason = errno;
+  const bool closed = ::close(descriptor) == 0;
+  if (!written) errno = reason;
+  if (!written || !closed) throwErrno(name);
+  pending.commit();
+}
+
+}  // namespace host

@@ -1,0 +1,37 @@
+#pragma once
+// What the host sees of a test run: which result table was written last, and what each scene cost.
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace host {
+
+/// Times in milliseconds.
+struct SceneCost {
+  std::string scene;
+  double loadMs = 0;
+  double renderMs = 0;  ///< of the last render: the one before it warms up
+  double saveMs = 0;
+};
+
+/// Thread: any.
+class RunLog {
+ public:
+  /// Takes note of files opened for writing; one of the name "_result.txt" is the table of the run.
+  void openedForWriting(const std::string& name);
+  void loaded(const std::string& scene, double milliseconds);
+  void rendered(double milliseconds);
+  void saved(double milliseconds);
+
+  /// The folder of the last table; empty when none was written.
+  std::string resultFolder() const;
+  std::vector<SceneCost> costs() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::string resultFolder_;
+  std::vector<SceneCost> costs_;
+};
+
+}  // namespace host

@@ -1,0 +1,52 @@
+#include "host/services/threads.h"
+
+#include <pthread.h>
+
+#include <string>
+#include <system_error>
+
+namespace host {
+namespace {
+
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set in a signal handler");
+
+constexpr size_t kLongestSystemName = 15;
+
+}  // namespace
+
+std::recursive_mutex& globalLock() {
+  static std::recursive_mutex lock;
+  return lock;
+}
+
+bool interruptRequested() { return g_interrupted.load(std::memory_order_relaxed); }
+void setInterruptRequested(bool requested) { g_interrupted.store(requested, std::memory_order_relaxed); }
+
+bool WorkerThread::start() {
+  if (running_) return false;
+  if (thread_.joinable()) thread_.join();
+  stop_ = false;
+  running_ = true;
+  try {
+    thread_ = std::thread([this] {
+      work_.main();
+      running_ = false;
+    });
+  } catch (const std::system_error&) {
+    running_ = false;
+    return false;
+  }
+  id_ = thread_.get_id();
+  pthread_setname_np(thread_.native_handle(), std::string(work_.name).substr(0, kLongestSystemName).c_str());
+  return true;
+}
+
+void WorkerThread::end(bool wait) {
+  stop_ = true;
+  if (wait && thread_.joinable()) thread_.join();
+}
+
+bool WorkerThread::testBreak() const { return stop_ || interruptRequested() || work_.testBreak(); }
+
+}  // namespace host

@@ -1,0 +1,78 @@
+// Files and directory listings.
+#include "host/tables/areas.h"
+#include "host/tables/door.h"
+#include "host/tables/handles.h"
+
+namespace host {
+namespace {
+
+const ListedEntry* currentEntry(const HostBrowse* browse) {
+  return browse->next == 0 || browse->next > browse->entries.size() ? nullptr
+                                                                    : &browse->entries[browse->next - 1];
+}
+
+HostFile* FileAlloc() { return new HostFile; }
+
+void FileFree(HostFile* file) { delete file; }
+
+HostBool FileOpen(HostFile* file, const HostFileName* name, int32_t access, int32_t, int32_t, int32_t,
+                  int32_t) {
+  if (access == HOST_FILE_READ) return file->stream.openForReading(name->path) ? 1 : 0;
+  if (access != HOST_FILE_WRITE || !file->stream.openForWriting(name->path)) return 0;
+  services().runLog.openedForWriting(name->path);
+  return 1;
+}
+
+HostBool FileClose(HostFile* file) { return file->stream.close() ? 1 : 0; }
+
+int32_t FileReadBytes(HostFile* file, void* buffer, int32_t count, HostBool) {
+  return static_cast<int32_t>(std::max<int64_t>(file->stream.read(buffer, count), 0));
+}
+
+HostBool FileWriteBytes(HostFile* file, const void* buffer, int32_t count) {
+  return file->stream.write(buffer, count) ? 1 : 0;
+}
+
+int64_t FileGetLength(HostFile* file) { return file->stream.length(); }
+
+HostBrowse* BrowseAlloc() { return new HostBrowse; }
+
+void BrowseFree(HostBrowse* browse) { delete browse; }
+
+HostBool BrowseInit(HostBrowse* browse, const HostFileName* folder, int32_t) {
+  browse->next = 0;
+  return listFolder(folder->path, browse->entries) ? 1 : 0;
+}
+
+HostBool BrowseNext(HostBrowse* browse) {
+  if (browse->next <= browse->entries.size()) ++browse->next;
+  return currentEntry(browse) != nullptr ? 1 : 0;
+}
+
+HostBool BrowseGetName(const HostBrowse* browse, HostFileName* destination) {
+  const ListedEntry* entry = currentEntry(browse);
+  if (entry == nullptr) return 0;
+  destination->path = entry->name;
+  return 1;
+}
+
+HostBool BrowseIsFolder(const HostBrowse* browse) {
+  const ListedEntry* entry = currentEntry(browse);
+  return entry != nullptr && entry->isFolder ? 1 : 0;
+}
+
+}  // namespace
+
+const HostFilesTable& filesTable() {
+#include "vesta.framework/contract/tagged_words.h"
+#define HOST_SLOT VESTA_DOOR
+  static constexpr HostFilesTable kTable = {
+      sizeof(HostFilesTable),
+#include "vesta.framework/contract/file_slots.inc"
+  };
+#undef HOST_SLOT
+#include "vesta.framework/contract/no_words.h"
+  return kTable;
+}
+
+}  // namespace host
