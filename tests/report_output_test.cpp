@@ -198,7 +198,9 @@ TEST(Files, aFileIsReplacedWholeOrNotAtAll) {
   EXPECT_THROW(writeTextFile(folder.path(), "x"), ReportError);
   writeTextFile("/dev/null", "x");
   EXPECT_TRUE(fs::is_character_file("/dev/null"));
-  EXPECT_THROW(writeTextFile("/dev/full", std::string(100000, 'x')), ReportError);
+  for (const std::size_t size : {10, 100000}) {  // lost while closing, lost while writing
+    EXPECT_THROW(writeTextFile("/dev/full", std::string(size, 'x')), ReportError);
+  }
   EXPECT_THROW(readTextFile(folder / "real/report.json", 10), ReportError);
   EXPECT_THROW(readTextFile(folder.path(), 10), ReportError);
 }

@@ -64,6 +64,8 @@ TEST(ResultTable, namesLineAndReasonOfWhatIsMalformed) {
   EXPECT_EQ(errorOf(table({row(2, "ERROR", "0.00", "/a")})), "line 2: row 1 was expected");
   EXPECT_EQ(errorOf(table({row(1, "ERROR", "0.00", "/a\nb"), row(3, "ERROR", "0.00", "/a")})),
             "line 4: row 2 was expected");
+  EXPECT_EQ(errorOf(table({row(1, "ERROR", "0.00", "/a"), row(2, "DONE", "0.00", "/b")})),
+            "line 3: no status word after the number");
   EXPECT_EQ(errorOf(table({row(1, "DONE", "0.00", "/a")})), "line 2: no status word after the number");
   EXPECT_EQ(errorOf(table({row(1, "ERROR", "0.0", "/a")})),
             "line 2: no number with two decimals in column Tnew");
@@ -151,6 +153,7 @@ TEST(Difference, agreesWithTheDefinitionWhere32BitsWouldWrap) {
     image.pixels[i] = i % 7 < 4 ? 0 : static_cast<uint8_t>(200 + random() % 50);
   }
   image = withByte(std::move(image), 1234, 1400, 2, 251);
+  image = withByte(std::move(image), 7, 1450, 0, 251);  // as large, but later
   const Difference measured = measureDifference(image);
   const Difference expected = naiveDifference(image);
   EXPECT_DOUBLE_EQ(measured.mean, expected.mean);
@@ -317,6 +320,9 @@ TEST_F(ComparedRun, aChangedReferenceIsNoticedAndAMissingOneDoesNotHinder) {
   EXPECT_NE(describe(check({})).find("largest 8 at (5, 9) green; 1 %"), std::string::npos);
   rows_[1] = row(2, "ERROR", "0.00", "/s/b.vesta");
   EXPECT_EQ(check({}).scenes[1].measure.problem, "reference has no 0002.tif");
+  fs::remove(root_ / "run/0002.tif");  // and now a continued build, which is its own reference
+  const Verdict continued = checkFolder(root_ / "run", {root_ / "run", 1}, {});
+  EXPECT_EQ(continued.scenes[1].measure.problem, "no image: not loaded, not rendered, or stopped");
 }
 
 TEST_F(ComparedRun, otherMachinesAndOtherScenesAreNamed) {

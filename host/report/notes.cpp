@@ -1,6 +1,7 @@
 #include "host/report/notes.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "host/report/text.h"
 
@@ -8,18 +9,21 @@ namespace host {
 
 namespace {
 
+/// Sorted.
 std::vector<std::string> factsOf(const RunRecord& record) {
   std::vector<std::string> facts = record.facts;
   if (!record.hostVersion.empty()) facts.push_back("host " + record.hostVersion);
   if (!record.programVersion.empty()) facts.push_back("program " + record.programVersion);
+  std::sort(facts.begin(), facts.end());
   return facts;
 }
 
 /// The facts that the other side does not have, joined by commas.
 std::string joinMissing(const std::vector<std::string>& facts, const std::vector<std::string>& other) {
+  std::vector<std::string> missing;
+  std::set_difference(facts.begin(), facts.end(), other.begin(), other.end(), std::back_inserter(missing));
   std::string joined;
-  for (const std::string& fact : facts) {
-    if (std::find(other.begin(), other.end(), fact) != other.end()) continue;
+  for (const std::string& fact : missing) {
     if (!joined.empty()) joined += ", ";
     joined += fact;
   }
@@ -32,9 +36,9 @@ std::string fileNameOf(const std::string& path) { return path.substr(path.rfind(
 
 std::vector<std::string> machineNotes(const RunRecord& reference, const RunRecord& run) {
   std::vector<std::string> notes;
-  std::vector<std::string> before = factsOf(reference);
-  std::vector<std::string> now = factsOf(run);
-  if (!std::is_permutation(before.begin(), before.end(), now.begin(), now.end())) {
+  const std::vector<std::string> before = factsOf(reference);
+  const std::vector<std::string> now = factsOf(run);
+  if (before != now) {
     notes.push_back("reference was made with " + joinMissing(before, now) + "; this run with " +
                     joinMissing(now, before));
   }

@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kColumnNames = "Status    Tnew      Told      Trel      Diff      Name";
 constexpr std::size_t kFieldWidth = 10;
 constexpr std::size_t kLongestNumber = 330;                  // digits of the largest double, and some
-constexpr std::size_t kLargestTable = std::size_t{1} << 29;  // 100000 rows of the longest paths
+constexpr std::size_t kLargestTable = std::size_t{1} << 28;  // 100000 rows of the longest paths
 
 constexpr std::array<SceneStatus, 5> kStatuses = {SceneStatus::Pending, SceneStatus::Ok, SceneStatus::Error,
                                                   SceneStatus::Created, SceneStatus::Skipped};

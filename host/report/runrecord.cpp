@@ -12,8 +12,9 @@ using nlohmann::ordered_json;
 
 namespace {
 
-constexpr std::size_t kLargestRecord = std::size_t{1} << 28;
+constexpr std::size_t kLargestRecord = std::size_t{1} << 26;
 constexpr int kDeepestNesting = 64;
+constexpr std::size_t kLongestReason = 300;  // bytes: the parser quotes what it read, however long
 
 ordered_json toJson(const SceneTimes& times) {
   return {{"scene", bytesToJson(times.scene)},
@@ -91,7 +92,7 @@ json parseJson(const std::string& text) {
   try {
     return json::parse(text, limitNesting);
   } catch (const json::exception& error) {
-    throw ReportError(std::string("not JSON: ") + error.what());
+    throw ReportError("not JSON: " + std::string(error.what()).substr(0, kLongestReason));
   }
 }
 

@@ -1,5 +1,7 @@
 #include "host/report/text.h"
 
+#include <locale.h>
+
 #include <array>
 #include <cstdarg>
 #include <cstdint>
@@ -36,6 +38,22 @@ bool xmlCarries(const CodePoint& c) {
   return c.valid && (c.value >= 0x20 || c.value == '\t' || c.value == '\n' || c.value == '\r') &&
          c.value != 0xFFFE && c.value != 0xFFFF;
 }
+
+/// The C locale for this thread while it lives: a desktop toolkit may have set one with decimal commas.
+class CLocale {
+ public:
+  CLocale() : before_(uselocale(plain())) {}
+  ~CLocale() { uselocale(before_); }
+  CLocale(const CLocale&) = delete;
+  CLocale& operator=(const CLocale&) = delete;
+
+ private:
+  static locale_t plain() {
+    static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
+    return locale;
+  }
+  locale_t before_;
+};
 
 /// What stands for a character in XML text; nullptr: the character itself.
 const char* xmlReference(char32_t value) {
@@ -120,6 +138,7 @@ std::string xmlEscaped(std::string_view text) {
 }
 
 std::string formatted(const char* format, ...) {
+  const CLocale plain;
   std::array<char, 512> buffer;
   va_list arguments;
   va_start(arguments, format);

@@ -29,7 +29,7 @@ std::string visible(std::string_view text);
 /// UTF-8, become U+FFFD.
 std::string xmlEscaped(std::string_view text);
 
-/// printf for std::string.
+/// printf for std::string; numbers have a decimal point whatever the locale.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
 
 /// "1 scene", "2 scenes".
