@@ -173,11 +173,12 @@ class Program {
 
   int parseCommands(std::vector<std::string> arguments) {
     CLI::App app("Vesta, a host for developer and quality tools of 3D scenes", "vesta");
-    app.set_help_flag("-h,--help,-help", "this text");
+    app.set_help_flag("-h,--help", "this text");
     app.footer(kHostOptionsHelp);
     app.require_subcommand(1);
     std::function<int()> action;
     describeCommands(app, action);
+    std::replace(arguments.begin(), arguments.end(), std::string("-help"), std::string("--help"));
     std::reverse(arguments.begin(), arguments.end());
     try {
       app.parse(std::move(arguments));

@@ -49,7 +49,7 @@ AlphaMode alphaMode(const std::string& mode) {
   if (mode == "OPAQUE") return AlphaMode::Opaque;
   if (mode == "MASK") return AlphaMode::Mask;
   if (mode == "BLEND") return AlphaMode::Blend;
-  throw SceneError("a material has the unknown alpha mode " + printable(mode));
+  throw SceneError("a material has the unknown alpha mode " + excerpt(mode));
 }
 
 Wrap wrapMode(int code) {
@@ -65,9 +65,9 @@ Wrap wrapMode(int code) {
 
 std::string imageName(const tinygltf::Model& model, int index) {
   const tinygltf::Image& image = model.images[static_cast<size_t>(index)];
-  if (!image.uri.empty()) return "\"" + printable(image.uri) + "\"";
+  if (!image.uri.empty()) return "\"" + excerpt(image.uri) + "\"";
   const std::string place = "images[" + std::to_string(index) + "]";
-  return image.name.empty() ? place : place + " \"" + printable(image.name) + "\"";
+  return image.name.empty() ? place : place + " \"" + excerpt(image.name) + "\"";
 }
 
 }  // namespace

@@ -99,7 +99,7 @@ Light::Kind lightKind(const std::string& type) {
   if (type == "point") return Light::Kind::Point;
   if (type == "spot") return Light::Kind::Spot;
   if (type == "directional") return Light::Kind::Directional;
-  throw SceneError("a light has the unknown type " + printable(type));
+  throw SceneError("a light has the unknown type " + excerpt(type));
 }
 
 Light makeLight(const tinygltf::Light& source, const Mat4& world) {

@@ -32,7 +32,7 @@ bool readNextBuffer(std::vector<unsigned char>* out, std::string*, const std::st
   pending.requests.pop_front();
   *out = pending.resources->read(request.uri);
   if (out->size() < request.byteLength) {
-    throw SceneError("\"" + printable(request.uri) + "\" has " + std::to_string(out->size()) + " bytes, " +
+    throw SceneError("\"" + excerpt(request.uri) + "\" has " + std::to_string(out->size()) + " bytes, " +
                      std::to_string(request.byteLength) + " are needed");
   }
   out->resize(request.byteLength);
@@ -76,9 +76,9 @@ tinygltf::Model parseGltf(const GltfSource& source, const nlohmann::json& root, 
   } catch (const SceneError&) {
     throw;
   } catch (const std::exception& reason) {
-    throw SceneError("not glTF: " + printable(reason.what()));
+    throw SceneError("not glTF: " + excerpt(reason.what()));
   }
-  if (!read) throw SceneError("not glTF: " + printable(std::string_view(error).substr(0, error.find('\n'))));
+  if (!read) throw SceneError("not glTF: " + excerpt(std::string_view(error).substr(0, error.find('\n'))));
   return model;
 }
 

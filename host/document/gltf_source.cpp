@@ -132,11 +132,11 @@ fs::path relativePath(const std::string& uri) {
   const std::string name = percentDecoded(uri);
   const size_t colon = name.find(':');
   if (colon != std::string::npos && colon > 1 && name.find('/') > colon) {
-    throw SceneError("\"" + printable(uri) + "\" is not a file beside the scene");
+    throw SceneError("\"" + excerpt(uri) + "\" is not a file beside the scene");
   }
-  if (name.find('\0') != std::string::npos) throw SceneError("\"" + printable(uri) + "\" is not a file name");
+  if (name.find('\0') != std::string::npos) throw SceneError("\"" + excerpt(uri) + "\" is not a file name");
   fs::path path = fs::path(std::u8string(name.begin(), name.end())).lexically_normal();
-  if (leavesFolder(path)) throw SceneError("\"" + printable(uri) + "\" lies outside the scene's folder");
+  if (leavesFolder(path)) throw SceneError("\"" + excerpt(uri) + "\" lies outside the scene's folder");
   return path;
 }
 
@@ -154,7 +154,7 @@ std::vector<unsigned char> decodeDataUri(const std::string& uri) {
 
 }  // namespace
 
-std::string printable(std::string_view text) {
+std::string excerpt(std::string_view text) {
   constexpr size_t kLongest = 80;
   std::string shown(text.substr(0, kLongest));
   // A character that the cut went through is dropped whole, so that messages stay UTF-8.
@@ -188,7 +188,7 @@ nlohmann::json parseJson(std::string_view text) {
   } catch (const nlohmann::json::exception& error) {
     const std::string_view reason = error.what();
     const size_t prefix = reason.find("] ");
-    throw SceneError("not glTF: " + printable(prefix == reason.npos ? reason : reason.substr(prefix + 2)));
+    throw SceneError("not glTF: " + excerpt(prefix == reason.npos ? reason : reason.substr(prefix + 2)));
   }
 }
 
@@ -200,9 +200,9 @@ std::vector<unsigned char> ResourceReader::read(const std::string& uri) {
   if (uri.starts_with(kDataScheme)) return decodeDataUri(uri);
   std::error_code error;
   const fs::path real = fs::canonical(folder_ / relativePath(uri), error);
-  if (error) throw SceneError("\"" + printable(uri) + "\": " + error.message());
+  if (error) throw SceneError("\"" + excerpt(uri) + "\": " + error.message());
   if (leavesFolder(real.lexically_relative(folder_))) {
-    throw SceneError("\"" + printable(uri) + "\" is a link that leads out of the scene's folder");
+    throw SceneError("\"" + excerpt(uri) + "\" is a link that leads out of the scene's folder");
   }
   try {
     std::vector<unsigned char> bytes = readWholeFile(real);
@@ -210,7 +210,7 @@ std::vector<unsigned char> ResourceReader::read(const std::string& uri) {
     if (bytesRead_ > kMaxSceneBytes) throw SceneError("the scene's files are larger than 8 GiB");
     return bytes;
   } catch (const SceneError& reason) {
-    throw SceneError("\"" + printable(uri) + "\": " + reason.what());
+    throw SceneError("\"" + excerpt(uri) + "\": " + reason.what());
   }
 }
 

@@ -46,6 +46,6 @@ class ResourceReader {
 };
 
 /// Text from a file, fit for a message: at most 80 bytes and no control characters.
-std::string printable(std::string_view text);
+std::string excerpt(std::string_view text);
 
 }  // namespace host

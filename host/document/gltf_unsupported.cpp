@@ -38,7 +38,7 @@ void addExtensions(const tinygltf::Model& model, Phrases& phrases) {
   names.insert(model.extensionsRequired.begin(), model.extensionsRequired.end());
   for (const std::string& name : names) {
     const auto supported = std::find(kSupportedExtensions.begin(), kSupportedExtensions.end(), name);
-    if (supported == kSupportedExtensions.end()) phrases.add("extension " + printable(name));
+    if (supported == kSupportedExtensions.end()) phrases.add("extension " + excerpt(name));
   }
 }
 

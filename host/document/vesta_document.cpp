@@ -31,7 +31,7 @@ void expectMembers(const json& object, const std::string& place,
   if (!object.is_object()) fail(place, "must be an object");
   for (auto member = object.begin(); member != object.end(); ++member) {
     const bool expected = std::find(known.begin(), known.end(), member.key()) != known.end();
-    if (!expected) fail(place, "has the unknown member " + printable(member.key()));
+    if (!expected) fail(place, "has the unknown member " + excerpt(member.key()));
   }
 }
 
@@ -47,7 +47,7 @@ int32_t idFrom(const std::string& key, const std::string& place) {
   const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), id);
   const bool whole = error == std::errc{} && end == key.data() + key.size();
   if (!whole || std::to_string(id) != key)
-    fail(place, "has the key " + printable(key) + ", which is no decimal id");
+    fail(place, "has the key " + excerpt(key) + ", which is no decimal id");
   return id;
 }
 

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "host/services/text.h"
+#include "host/services/utf8.h"
 
 namespace host {
 namespace {
@@ -25,7 +26,7 @@ std::string fitted(const std::string& text, size_t width) {
 }
 
 void writeLine(std::FILE* stream, const std::string& text) {
-  const std::string shown = printable(text) + "\n";
+  const std::string shown = visible(text, "\n\t") + "\n";
   std::fwrite(shown.data(), 1, shown.size(), stream);
   std::fflush(stream);
 }
@@ -99,7 +100,7 @@ void TerminalView::draw() {
     const std::chrono::duration<double> spent = Clock::now() - start_;
     progress += "  " + formatDuration(spent.count() * (100 - percentDone_) / percentDone_) + " left";
   }
-  progress += "  " + printable(text_);
+  progress += "  " + visible(text_);
   std::fprintf(stderr, "\r\x1b[K%s", fitted(progress, terminalWidth() - 1).c_str());
   std::fflush(stderr);
   drawn_ = true;

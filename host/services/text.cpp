@@ -1,5 +1,7 @@
 #include "host/services/text.h"
 
+#include "host/services/utf8.h"
+
 #include <locale.h>
 #include <clocale>
 #include <cmath>
@@ -14,28 +16,6 @@ constexpr char16_t kByteEscape = 0xDC00;  // U+DC80 to U+DCFF: a byte that was n
 bool isHighSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool isLowSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 bool isByteEscape(char16_t c) { return c >= kByteEscape + 0x80 && c <= kByteEscape + 0xFF; }
-
-struct Decoded {
-  uint32_t code;
-  size_t length;  ///< bytes; 0: no character begins here
-};
-
-/// The character that begins at `bytes`, by the shortest form only; no surrogates.
-Decoded decodeUtf8(std::string_view bytes) {
-  const auto lead = static_cast<unsigned char>(bytes[0]);
-  if (lead < 0x80) return {lead, 1};
-  const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length) return {0, 0};
-  uint32_t code = lead & (0x7FU >> length);
-  for (size_t i = 1; i < length; ++i) {
-    const auto byte = static_cast<unsigned char>(bytes[i]);
-    if ((byte & 0xC0U) != 0x80) return {0, 0};
-    code = code << 6 | (byte & 0x3FU);
-  }
-  constexpr uint32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};
-  const bool wrong = code < kSmallest[length] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF);
-  return wrong ? Decoded{0, 0} : Decoded{code, length};
-}
 
 void appendUtf8(std::string& out, uint32_t code) {
   const auto add = [&](uint32_t byte) { out += static_cast<char>(byte); };
@@ -59,20 +39,17 @@ void appendUtf8(std::string& out, uint32_t code) {
 std::u16string readUtf8(std::string_view bytes) {
   std::u16string text;
   text.reserve(bytes.size());
-  while (!bytes.empty()) {
-    const Decoded next = decodeUtf8(bytes);
-    if (next.length == 0) {
-      text += static_cast<char16_t>(kByteEscape + static_cast<unsigned char>(bytes[0]));
-      bytes.remove_prefix(1);
-      continue;
-    }
-    if (next.code >= 0x10000) {
-      text += static_cast<char16_t>(0xD800 + ((next.code - 0x10000) >> 10));
-      text += static_cast<char16_t>(0xDC00 + ((next.code - 0x10000) & 0x3FF));
+  for (size_t i = 0; i < bytes.size();) {
+    const CodePoint next = decodeUtf8(bytes, i);
+    i += next.length;
+    if (!next.valid) {
+      text += static_cast<char16_t>(kByteEscape + next.value);
+    } else if (next.value >= 0x10000) {
+      text += static_cast<char16_t>(0xD800 + ((next.value - 0x10000) >> 10));
+      text += static_cast<char16_t>(0xDC00 + ((next.value - 0x10000) & 0x3FF));
     } else {
-      text += static_cast<char16_t>(next.code);
+      text += static_cast<char16_t>(next.value);
     }
-    bytes.remove_prefix(next.length);
   }
   return text;
 }
@@ -156,12 +133,9 @@ wint_t foldCase(uint32_t code) {
 
 /// Takes one folded character off the front; a byte that is not UTF-8 stands for itself.
 wint_t takeFolded(std::string_view& bytes) {
-  const Decoded next = decodeUtf8(bytes);
-  const wint_t folded = next.length == 0
-                            ? static_cast<wint_t>(0x110000U + static_cast<unsigned char>(bytes[0]))
-                            : foldCase(next.code);
-  bytes.remove_prefix(next.length == 0 ? 1 : next.length);
-  return folded;
+  const CodePoint next = decodeUtf8(bytes, 0);
+  bytes.remove_prefix(next.length);
+  return next.valid ? foldCase(next.value) : static_cast<wint_t>(0x110000U + next.value);
 }
 
 }  // namespace
@@ -216,22 +190,6 @@ std::string formatReal(double value, int before, int after) {
     if (places < static_cast<size_t>(before)) text.insert(0, static_cast<size_t>(before) - places, '0');
   }
   return (std::signbit(value) ? "-" : "") + text;
-}
-
-std::string printable(std::string_view text) {
-  std::string shown;
-  shown.reserve(text.size());
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if ((byte >= 0x20 && byte != 0x7F) || c == '\t' || c == '\n') {
-      shown += c;
-    } else {
-      char escape[8];
-      std::snprintf(escape, sizeof escape, "\\x%02x", static_cast<unsigned>(byte));
-      shown += escape;
-    }
-  }
-  return shown;
 }
 
 bool equalIgnoringCase(std::string_view first, std::string_view second) {

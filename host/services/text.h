@@ -30,9 +30,6 @@ inline std::string toUtf8(std::u16string_view text) { return encodeText(text, En
 /// `before` pads with zeros to that many places before the point. Zero has no sign.
 std::string formatReal(double value, int before, int after);
 
-/// `text` fit for a terminal: control characters but tab and line feed are shown as \xNN.
-std::string printable(std::string_view text);
-
 /// Equal but for letter case, by the simple case rules of Unicode.
 bool equalIgnoringCase(std::string_view utf8First, std::string_view utf8Second);
 

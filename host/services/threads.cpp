@@ -38,7 +38,9 @@ bool WorkerThread::start() {
     return false;
   }
   id_ = thread_.get_id();
-  pthread_setname_np(thread_.native_handle(), std::string(work_.name).substr(0, kLongestSystemName).c_str());
+  if (const char* name = work_.name()) {
+    pthread_setname_np(thread_.native_handle(), std::string(name).substr(0, kLongestSystemName).c_str());
+  }
   return true;
 }
 

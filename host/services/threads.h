@@ -21,7 +21,7 @@ class WorkerThread {
   struct Work {
     std::function<void()> main;
     std::function<bool()> testBreak;  ///< an extra reason to stop
-    const char* name = "";            ///< shown by system tools, cut to 15 bytes
+    std::function<const char*()> name;  ///< asked at the start; shown by system tools, cut to 15 bytes
   };
   explicit WorkerThread(Work work) : work_(std::move(work)) {}
   WorkerThread(const WorkerThread&) = delete;

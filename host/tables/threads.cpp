@@ -12,9 +12,8 @@ void forgetMessages(const HostThread* thread) {
 }
 
 HostThread* ThreadCreate(const HostThreadCallbacks* callbacks, void* self) {
-  const char* name = callbacks->GetThreadName(self);
   return new HostThread({[=] { callbacks->Main(self); }, [=] { return callbacks->TestBreak(self) != 0; },
-                         name != nullptr ? name : "worker"});
+                         [=] { return callbacks->GetThreadName(self); }});
 }
 
 void ThreadFree(HostThread* thread) {
