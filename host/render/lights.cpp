@@ -6,10 +6,13 @@
 namespace host {
 namespace {
 
-constexpr float kKeyLight = 0.85F;         // reflected by white where the meter points
-constexpr float kSkyAlone = 0.60F;         // strength of the sky beside the fixed light
-constexpr float kSkyBesideLights = 0.22F;  // and beside a scene's own lights
-constexpr float kPi = 3.14159265F;
+/// What the meter and the sky are set to.
+struct Setting {
+  float key;  ///< reflected by a white matt surface where the meter points
+  float sky;  ///< strength of the sky
+};
+constexpr Setting kFixedLight{0.85F, 0.60F};
+constexpr Setting kOwnLights{1.00F, 0.16F};
 constexpr float kFarAway = 1e17F;
 constexpr size_t kMeteredDirections = 16;
 
@@ -34,8 +37,8 @@ Light fixedLight() {
   return light;
 }
 
-/// The factor that brings the brightest illuminance at the centre to pi * kKeyLight.
-float meter(const std::vector<Light>& lights, const std::optional<Bounds>& bounds) {
+/// The factor that brings the brightest light at the centre to `key`.
+float meter(float key, const std::vector<Light>& lights, const std::optional<Bounds>& bounds) {
   const Bounds box = bounds.value_or(Bounds{});
   const Vec3 center = (box.low + box.high) * 0.5F;
   const float radius = length(box.high - box.low) * 0.5F;
@@ -51,7 +54,7 @@ float meter(const std::vector<Light>& lights, const std::optional<Bounds>& bound
     }
     brightest = std::max(brightest, sum);
   }
-  return brightest > 1e-30F && brightest < 1e30F ? kKeyLight / brightest : 1;
+  return brightest > 1e-30F && brightest < 1e30F ? key / brightest : 1;
 }
 
 }  // namespace
@@ -108,9 +111,9 @@ Vec3 Sky::ambient(Vec3 normal) const {
 }
 
 SceneLights::SceneLights(const Scene& scene, const std::optional<Bounds>& bounds)
-    : sky(scene.lights.empty() ? kSkyAlone : kSkyBesideLights) {
+    : sky(scene.lights.empty() ? kFixedLight.sky : kOwnLights.sky) {
   const std::vector<Light> lights = scene.lights.empty() ? std::vector<Light>{fixedLight()} : scene.lights;
-  const float exposure = meter(lights, bounds);
+  const float exposure = meter(scene.lights.empty() ? kFixedLight.key : kOwnLights.key, lights, bounds);
   for (const Light& light : lights) lamps.emplace_back(light, exposure);
 }
 

@@ -1,10 +1,13 @@
 #include "host/render/renderer.h"
 
+#include <tbb/global_control.h>
+#include <tbb/info.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
 #include <atomic>
+#include <optional>
 
 #include "host/render/pixels.h"
 #include "host/render/texture.h"
@@ -13,6 +16,8 @@ namespace host {
 namespace {
 
 constexpr int kTile = 16;  // pixels a side: enough work to hand out, little to wait for at the end
+
+constexpr int kMaxThreads = 256;
 
 class TileRun {
  public:
@@ -29,7 +34,13 @@ class TileRun {
     const auto everyTile = [this] {
       tbb::parallel_for(0, across_ * down_, [this](int i) { renderTile(i); });
     };
-    tbb::task_arena arena(request_.threads > 0 ? request_.threads : tbb::task_arena::automatic);
+    // More threads than processors are allowed, but have to be asked for.
+    std::optional<tbb::global_control> more;
+    if (request_.threads > tbb::info::default_concurrency()) {
+      more.emplace(tbb::global_control::max_allowed_parallelism, std::min(request_.threads, kMaxThreads));
+    }
+    tbb::task_arena arena(request_.threads > 0 ? std::min(request_.threads, kMaxThreads)
+                                               : tbb::task_arena::automatic);
     arena.execute(everyTile);
     if (stopped_) throw RenderStopped();
     return std::move(image_);
