@@ -102,7 +102,8 @@ Vec3 Sky::radiance(Vec3 direction, float blur) const {
   const float width = 0.35F + 0.65F * blur;
   const float above = smoothstep(-width, width * 0.6F, direction.y);
   const Vec3 sky = mix(kHorizon, kZenith, std::max(direction.y, 0.0F));
-  return mix(kGround, sky, above) * strength_;
+  const Vec3 ground = kGround * (1 + 0.5F * std::min(direction.y, 0.0F));  // darker straight below
+  return mix(ground, sky, above) * strength_;
 }
 
 Vec3 Sky::ambient(Vec3 normal) const {

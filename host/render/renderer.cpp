@@ -1,13 +1,9 @@
 #include "host/render/renderer.h"
 
-#include <tbb/global_control.h>
-#include <tbb/info.h>
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
-
 #include <algorithm>
 #include <atomic>
-#include <optional>
+#include <future>
+#include <thread>
 
 #include "host/render/pixels.h"
 #include "host/render/texture.h"
@@ -31,24 +27,25 @@ class TileRun {
   }
 
   Image run() {
-    const auto everyTile = [this] {
-      tbb::parallel_for(0, across_ * down_, [this](int i) { renderTile(i); });
-    };
-    // More threads than processors are allowed, but have to be asked for.
-    std::optional<tbb::global_control> more;
-    if (request_.threads > tbb::info::default_concurrency()) {
-      more.emplace(tbb::global_control::max_allowed_parallelism, std::min(request_.threads, kMaxThreads));
+    const int processors = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    const int threads = request_.threads > 0 ? std::min(request_.threads, kMaxThreads) : processors;
+    std::vector<std::future<void>> others;
+    for (int i = 1; i < std::min(threads, across_ * down_); ++i) {
+      others.push_back(std::async(std::launch::async, [this] { renderTiles(); }));
     }
-    tbb::task_arena arena(request_.threads > 0 ? std::min(request_.threads, kMaxThreads)
-                                               : tbb::task_arena::automatic);
-    arena.execute(everyTile);
+    renderTiles();
+    for (std::future<void>& other : others) other.get();
     if (stopped_) throw RenderStopped();
     return std::move(image_);
   }
 
  private:
-  void renderTile(int index) {
+  void renderTiles() {
     const DenormalsAsZero mode;
+    for (int tile = next_++; tile < across_ * down_ && !stopped_; tile = next_++) renderTile(tile);
+  }
+
+  void renderTile(int index) {
     const int left = index % across_ * kTile, top = index / across_ * kTile;
     for (int y = top; y < std::min(top + kTile, request_.height); ++y) {
       for (int x = left; x < std::min(left + kTile, request_.width); ++x) {
@@ -71,6 +68,7 @@ class TileRun {
   const RenderRequest& request_;
   const PixelColor color_;
   const int across_, down_;
+  std::atomic<int> next_{0};
   std::atomic<bool> stopped_{false};
   Image image_;
 };
