@@ -43,6 +43,7 @@ float meter(float key, const std::vector<Light>& lights, const std::optional<Bou
   const Vec3 center = (box.low + box.high) * 0.5F;
   const float radius = length(box.high - box.low) * 0.5F;
   std::vector<Illumination> all;
+  all.reserve(lights.size());
   for (const Light& light : lights)
     all.push_back(Lamp(light, 1).metered(center, std::max(radius * 0.5F, 1e-3F)));
 
