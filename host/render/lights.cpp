@@ -6,10 +6,13 @@
 namespace host {
 namespace {
 
-constexpr float kKeyLight = 0.85F;         // reflected by white where the meter points
-constexpr float kSkyAlone = 0.60F;         // strength of the sky beside the fixed light
-constexpr float kSkyBesideLights = 0.22F;  // and beside a scene's own lights
-constexpr float kPi = 3.14159265F;
+/// What the meter and the sky are set to.
+struct Setting {
+  float key;  ///< reflected by a white matt surface where the meter points
+  float sky;  ///< strength of the sky
+};
+constexpr Setting kFixedLight{0.85F, 0.60F};
+constexpr Setting kOwnLights{1.00F, 0.16F};
 constexpr float kFarAway = 1e17F;
 constexpr size_t kMeteredDirections = 16;
 
@@ -34,12 +37,13 @@ Light fixedLight() {
   return light;
 }
 
-/// The factor that brings the brightest illuminance at the centre to pi * kKeyLight.
-float meter(const std::vector<Light>& lights, const std::optional<Bounds>& bounds) {
+/// The factor that brings the brightest light at the centre to `key`.
+float meter(float key, const std::vector<Light>& lights, const std::optional<Bounds>& bounds) {
   const Bounds box = bounds.value_or(Bounds{});
   const Vec3 center = (box.low + box.high) * 0.5F;
   const float radius = length(box.high - box.low) * 0.5F;
   std::vector<Illumination> all;
+  all.reserve(lights.size());
   for (const Light& light : lights)
     all.push_back(Lamp(light, 1).metered(center, std::max(radius * 0.5F, 1e-3F)));
 
@@ -51,7 +55,7 @@ float meter(const std::vector<Light>& lights, const std::optional<Bounds>& bound
     }
     brightest = std::max(brightest, sum);
   }
-  return brightest > 1e-30F && brightest < 1e30F ? kKeyLight / brightest : 1;
+  return brightest > 1e-30F && brightest < 1e30F ? key / brightest : 1;
 }
 
 }  // namespace
@@ -99,7 +103,8 @@ Vec3 Sky::radiance(Vec3 direction, float blur) const {
   const float width = 0.35F + 0.65F * blur;
   const float above = smoothstep(-width, width * 0.6F, direction.y);
   const Vec3 sky = mix(kHorizon, kZenith, std::max(direction.y, 0.0F));
-  return mix(kGround, sky, above) * strength_;
+  const Vec3 ground = kGround * (1 + 0.5F * std::min(direction.y, 0.0F));  // darker straight below
+  return mix(ground, sky, above) * strength_;
 }
 
 Vec3 Sky::ambient(Vec3 normal) const {
@@ -108,9 +113,9 @@ Vec3 Sky::ambient(Vec3 normal) const {
 }
 
 SceneLights::SceneLights(const Scene& scene, const std::optional<Bounds>& bounds)
-    : sky(scene.lights.empty() ? kSkyAlone : kSkyBesideLights) {
+    : sky(scene.lights.empty() ? kFixedLight.sky : kOwnLights.sky) {
   const std::vector<Light> lights = scene.lights.empty() ? std::vector<Light>{fixedLight()} : scene.lights;
-  const float exposure = meter(lights, bounds);
+  const float exposure = meter(scene.lights.empty() ? kFixedLight.key : kOwnLights.key, lights, bounds);
   for (const Light& light : lights) lamps.emplace_back(light, exposure);
 }
 

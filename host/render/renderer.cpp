@@ -1,10 +1,9 @@
 #include "host/render/renderer.h"
 
-#include <tbb/parallel_for.h>
-#include <tbb/task_arena.h>
-
 #include <algorithm>
 #include <atomic>
+#include <future>
+#include <thread>
 
 #include "host/render/pixels.h"
 #include "host/render/texture.h"
@@ -13,6 +12,8 @@ namespace host {
 namespace {
 
 constexpr int kTile = 16;  // pixels a side: enough work to hand out, little to wait for at the end
+
+constexpr int kMaxThreads = 256;
 
 class TileRun {
  public:
@@ -26,18 +27,25 @@ class TileRun {
   }
 
   Image run() {
-    const auto everyTile = [this] {
-      tbb::parallel_for(0, across_ * down_, [this](int i) { renderTile(i); });
-    };
-    tbb::task_arena arena(request_.threads > 0 ? request_.threads : tbb::task_arena::automatic);
-    arena.execute(everyTile);
+    const int processors = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    const int threads = request_.threads > 0 ? std::min(request_.threads, kMaxThreads) : processors;
+    std::vector<std::future<void>> others;
+    for (int i = 1; i < std::min(threads, across_ * down_); ++i) {
+      others.push_back(std::async(std::launch::async, [this] { renderTiles(); }));
+    }
+    renderTiles();
+    for (std::future<void>& other : others) other.get();
     if (stopped_) throw RenderStopped();
     return std::move(image_);
   }
 
  private:
-  void renderTile(int index) {
+  void renderTiles() {
     const DenormalsAsZero mode;
+    for (int tile = next_++; tile < across_ * down_ && !stopped_; tile = next_++) renderTile(tile);
+  }
+
+  void renderTile(int index) {
     const int left = index % across_ * kTile, top = index / across_ * kTile;
     for (int y = top; y < std::min(top + kTile, request_.height); ++y) {
       for (int x = left; x < std::min(left + kTile, request_.width); ++x) {
@@ -60,6 +68,7 @@ class TileRun {
   const RenderRequest& request_;
   const PixelColor color_;
   const int across_, down_;
+  std::atomic<int> next_{0};
   std::atomic<bool> stopped_{false};
   Image image_;
 };

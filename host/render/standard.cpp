@@ -38,7 +38,7 @@ constexpr SkyDirection kSkyDirections[] = {{0, {1, 0}},
 constexpr int kSkyCount = 8;
 
 /// Turns a direction about y into one about `normal`. (T. Duff et al., "Building an Orthonormal Basis,
-/// Revisited", JCGT 6(1), 2017, with y as the axis that is smooth everywhere but straight down.)
+/// Revisited", JCGT 6(1), 2017, with y in the place of z.)
 Vec3 about(Vec3 normal, Vec3 d) {
   const float sign = std::copysign(1.0F, normal.y);
   const float a = -1 / (sign + normal.y);
@@ -121,9 +121,8 @@ class Standard {
     Vec3 sum;
     float passing = 1;
     Hit hit;
-    for (int layer = 0; layer < kMaxLayers && passing * path.weight > kLeastWeight; ++layer) {
-      if (!nearestVisible(data_, ray, hit, log_))
-        return sum + lights_.sky.radiance(ray.direction, 0) * passing;
+    for (int layer = 0; layer < kMaxLayers && passing > kLeastWeight; ++layer) {
+      if (!nearestVisible(data_, ray, hit, log_)) break;
       const Surface surface = surfaceAt(data_, ray, hit);
       const float coverage = std::clamp(surface.baseColor.w, 0.0F, 1.0F);
       if (coverage > 0) {
@@ -133,7 +132,7 @@ class Standard {
       }
       passing *= 1 - coverage;
     }
-    return sum;
+    return sum + lights_.sky.radiance(ray.direction, 0) * passing;
   }
 
   Vec3 shade(const Surface& surface, Vec3 direction, const Path& path) const {
@@ -144,7 +143,9 @@ class Standard {
 
     const float skylight = skylightAt(surface, path);
     sum = sum + reflectance.diffuse * lights_.sky.ambient(surface.normal) * skylight;
-    const Vec3 mirrored = direction - surface.normal * (2 * dot(direction, surface.normal));
+    // Interpolated normals can mirror into the surface, from where it must come out again.
+    Vec3 mirrored = direction - surface.normal * (2 * dot(direction, surface.normal));
+    mirrored = mirrored - surface.geometric * std::min(0.0F, 2 * dot(mirrored, surface.geometric));
     const Vec3 share = reflectance.towardsMirror(dot(surface.normal, toViewer));
     return sum + share * mirrorLight(surface, mirrored, reflectance, skylight, share, path);
   }

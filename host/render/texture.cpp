@@ -30,9 +30,9 @@ constexpr int kEncodeSteps = 1 << 14;
 std::array<uint8_t, kEncodeSteps + 1> makeEncodeTable() {
   std::array<uint8_t, kEncodeSteps + 1> table{};
   for (int i = 0; i <= kEncodeSteps; ++i) {
-    const double v = static_cast<double>(i) / kEncodeSteps;
+    const double v = std::min((i + 0.5) / kEncodeSteps, 1.0);
     const double srgb = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
-    table[i] = static_cast<uint8_t>(srgb * 255 + 0.5);
+    table[i] = static_cast<uint8_t>(std::lround(srgb * 255));
   }
   return table;
 }
@@ -154,7 +154,7 @@ float srgbToLinear(uint8_t value) { return decodeTable(TexelKind::Color)[value];
 uint8_t linearToSrgb(float value) {
   static const std::array<uint8_t, kEncodeSteps + 1> kTable = makeEncodeTable();
   const float clamped = value > 0 ? std::min(value, 1.0F) : 0;
-  return kTable[static_cast<int>(clamped * kEncodeSteps + 0.5F)];
+  return kTable[static_cast<int>(clamped * kEncodeSteps)];
 }
 
 }  // namespace host
