@@ -127,6 +127,7 @@ TEST_F(HostileSceneTest, EveryBrokenMemberIsNamed) {
       {"/bufferViews/0/byteOffset", -4, "not negative"},
       {"/bufferViews/0/byteOffset", 9007199254740993, "at most"},
       {"/bufferViews/0/byteOffset", 2000, "bufferViews[0] ends at byte 2036"},
+      {"/bufferViews/6/byteLength", 9, "bufferViews[6] ends at byte"},
       {"/bufferViews/0/byteStride", 8, "larger than the stride"},
       {"/bufferViews/0/byteLength", 35, "accessors[0] ends at byte 36"},
       {"/accessors/0/bufferView", 99, "accessors[0].bufferView is out of range"},

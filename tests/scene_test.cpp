@@ -285,4 +285,19 @@ TEST_F(SceneTest, KeepsTheTypesOfRenderSettings) {
   EXPECT_EQ(document.videoPosts[1].bits, 0);
 }
 
+TEST(Examples, LoadWholeWithCameraAndLights) {
+  const auto folder = std::filesystem::path(__FILE__).parent_path().parent_path() / "examples";
+  int scenes = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.path().extension() != ".vesta") continue;
+    const SceneFile file = loadScene(entry.path());
+    EXPECT_TRUE(file.unsupported.empty()) << entry.path();
+    EXPECT_TRUE(file.scene.camera.has_value()) << entry.path();
+    EXPECT_FALSE(file.scene.lights.empty()) << entry.path();
+    EXPECT_EQ(file.document.renderSettings.size(), 3U) << entry.path();
+    ++scenes;
+  }
+  EXPECT_EQ(scenes, 9);
+}
+
 }  // namespace
