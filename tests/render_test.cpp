@@ -243,6 +243,12 @@ TEST(RenderCoverage, NearAndFarPlanesCutThingsOff) {
   EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 0);
   scene.camera->zfar = 10.5F;
   EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 100);
+  // Planes, not spheres: the corners, which are farther away, are cut at the same depth.
+  scene.instances[0].transform = scaled({10, 10, 1});
+  scene.camera->orthographic = false;
+  EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 100);
+  scene.camera->znear = 10.1F;
+  EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 0);
 }
 
 TEST(RenderCoverage, InstancesAreTurnedScaledAndMirrored) {
@@ -327,7 +333,8 @@ TEST(RenderTexture, WrapModesAndInterpolation) {
   const int edge = texture(Wrap::Clamp, false);
   EXPECT_EQ(value(repeat, 1.25F), 0);
   EXPECT_EQ(value(repeat, -0.25F), 1);
-  EXPECT_EQ(value(clamp, 7.25F), 1);
+  EXPECT_EQ(value(clamp, 7.75F), 1);
+  EXPECT_EQ(value(mirror, 1.75F), 0);
   EXPECT_EQ(value(clamp, -0.25F), 0);
   EXPECT_EQ(value(mirror, 1.25F), 1);
   EXPECT_EQ(value(mirror, -0.25F), 0);
@@ -389,6 +396,10 @@ TEST(RenderLight, MattSurfacesFollowTheCosine) {
   EXPECT_NEAR(lampLight(scene) / facing, 0.5F, 0.05F);
   scene.lights = {sun({0, 0, 1})};
   EXPECT_EQ(lampLight(scene), 0);
+  scene.lights = {sun({0, 0, -1})};
+  scene.materials[0].doubleSided = true;
+  scene.instances[0].transform = turned(Axis::Y, 180);
+  EXPECT_NEAR(lampLight(scene), facing, 0.001F) << "both sides are lit alike";
 }
 
 TEST(RenderLight, UnitsOfTheFileDoNotShow) {
@@ -436,8 +447,8 @@ TEST(RenderLight, ThingsCastShadowsAndHolesLetLightThrough) {
   EXPECT_NEAR(lampLight(scene), 0.75F * lit, 0.01F);
 
   blocker.alphaMode = AlphaMode::Mask;
-  blocker.baseColor.w = 1;
-  // Opaque but for the texel in its middle, whose shadow falls on the middle of the wall.
+  blocker.baseColor.w = 0.75F;  // above the cut, which makes it opaque
+  // Whole but for the texel in its middle, whose shadow falls on the middle of the wall.
   std::vector<uint8_t> texels(9 * 4, 255);
   texels[4 * 4 + 3] = 0;
   blocker.baseColorTexture.texture = addTexture(scene, 3, 3, 4, texels, {-1, Wrap::Clamp, Wrap::Clamp, true});
@@ -505,6 +516,8 @@ TEST(RenderAlpha, MaskCutsAndBlendMixes) {
   EXPECT_NEAR(linear(color().g), 0.6F, 0.02F);
   scene.materials[1].alphaCutoff = 0.25F;
   EXPECT_NEAR(linear(color().r), 0.6F, 0.02F);
+  scene.meshes[1].colors.assign(4, {1, 1, 1, 0.5F});
+  EXPECT_NEAR(linear(color().r), 0, 0.02F) << "vertex alpha counts";
   scene.materials[1].alphaMode = AlphaMode::Opaque;
   EXPECT_NEAR(linear(color().r), 0.6F, 0.02F);
 }
