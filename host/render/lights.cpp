@@ -12,7 +12,7 @@ struct Setting {
   float sky;  ///< strength of the sky
 };
 constexpr Setting kFixedLight{0.85F, 0.60F};
-constexpr Setting kOwnLights{1.00F, 0.16F};
+constexpr Setting kOwnLights{1.00F, 0.24F};
 constexpr float kFarAway = 1e17F;
 constexpr size_t kMeteredDirections = 16;
 
