@@ -10,7 +10,7 @@ namespace host {
 inline constexpr uint64_t kMaxFileBytes = uint64_t{2} << 30;   // one file that a scene consists of
 inline constexpr uint64_t kMaxSceneBytes = uint64_t{8} << 30;  // all files of a scene
 inline constexpr size_t kMaxJsonNesting = 64;                  // objects and arrays inside one another
-inline constexpr size_t kMaxJsonEvents = size_t{64} << 20;     // keys, values, starts and ends
+inline constexpr size_t kMaxJsonValues = size_t{32} << 20;
 inline constexpr uint64_t kMaxNodes = 1'000'000;
 inline constexpr uint64_t kMaxMeshes = 100'000;
 inline constexpr uint64_t kMaxPrimitives = 100'000;  // of one mesh

@@ -1,6 +1,6 @@
 #include "host/document/gltf_schema.h"
 
-#include <array>
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/document/gltf_limits.h"
+#include "host/document/gltf_rules.h"
 #include "host/document/gltf_source.h"
 #include "host/document/scene.h"
 
@@ -18,160 +18,11 @@ namespace {
 
 using nlohmann::json;
 
-enum class Kind {
-  Boolean,
-  String,
-  Strings,  // an array of them
-  Object,
-  Objects,   // an array of at most `limit`
-  Integer,   // 0 to `limit`
-  Number,    // fits a float
-  Numbers,   // an array of exactly `limit`
-  Index,     // of an element of the array at `target`
-  Indices,   // an array of them
-  IndexMap,  // an object of them
-};
-
-struct Rule {
-  std::string_view path;    // objects that the rule is for; "[]" goes through the elements of an array
-  std::string_view member;  // of each of these objects
-  Kind kind;
-  bool required = false;
-  uint64_t limit = 0;
-  std::string_view target = {};
-};
-
-constexpr bool kRequired = true;
-constexpr bool kOptional = false;
-constexpr uint64_t kMaxCode = 1 << 20;  // of enumerations
-
-constexpr std::string_view kLights = "extensions.KHR_lights_punctual.lights";
-
-constexpr Rule kRules[] = {
-    {"", "asset", Kind::Object, kRequired},
-    {"asset", "version", Kind::String, kRequired},
-    {"", "extensionsUsed", Kind::Strings},
-    {"", "extensionsRequired", Kind::Strings},
-    {"", "extensions", Kind::Object},
-    {"", "scene", Kind::Index, kOptional, 0, "scenes"},
-
-    {"", "buffers", Kind::Objects, kOptional, kMaxBuffers},
-    {"buffers[]", "byteLength", Kind::Integer, kRequired, kMaxFileBytes},
-    {"buffers[]", "uri", Kind::String},
-
-    {"", "bufferViews", Kind::Objects, kOptional, kMaxAccessors},
-    {"bufferViews[]", "buffer", Kind::Index, kRequired, 0, "buffers"},
-    {"bufferViews[]", "byteOffset", Kind::Integer, kOptional, kMaxFileBytes},
-    {"bufferViews[]", "byteLength", Kind::Integer, kRequired, kMaxFileBytes},
-    {"bufferViews[]", "byteStride", Kind::Integer, kOptional, 252},
-
-    {"", "accessors", Kind::Objects, kOptional, kMaxAccessors},
-    {"accessors[]", "bufferView", Kind::Index, kOptional, 0, "bufferViews"},
-    {"accessors[]", "byteOffset", Kind::Integer, kOptional, kMaxFileBytes},
-    {"accessors[]", "componentType", Kind::Integer, kRequired, kMaxCode},
-    {"accessors[]", "count", Kind::Integer, kRequired, kMaxAccessorElements},
-    {"accessors[]", "type", Kind::String, kRequired},
-    {"accessors[]", "normalized", Kind::Boolean},
-    {"accessors[]", "sparse", Kind::Object},
-    {"accessors[].sparse", "count", Kind::Integer, kRequired, kMaxAccessorElements},
-    {"accessors[].sparse", "indices", Kind::Object, kRequired},
-    {"accessors[].sparse", "values", Kind::Object, kRequired},
-    {"accessors[].sparse.indices", "bufferView", Kind::Index, kRequired, 0, "bufferViews"},
-    {"accessors[].sparse.indices", "byteOffset", Kind::Integer, kOptional, INT32_MAX},
-    {"accessors[].sparse.indices", "componentType", Kind::Integer, kRequired, kMaxCode},
-    {"accessors[].sparse.values", "bufferView", Kind::Index, kRequired, 0, "bufferViews"},
-    {"accessors[].sparse.values", "byteOffset", Kind::Integer, kOptional, INT32_MAX},
-
-    {"", "meshes", Kind::Objects, kOptional, kMaxMeshes},
-    {"meshes[]", "primitives", Kind::Objects, kRequired, kMaxPrimitives},
-    {"meshes[].primitives[]", "attributes", Kind::IndexMap, kRequired, 0, "accessors"},
-    {"meshes[].primitives[]", "indices", Kind::Index, kOptional, 0, "accessors"},
-    {"meshes[].primitives[]", "material", Kind::Index, kOptional, 0, "materials"},
-    {"meshes[].primitives[]", "mode", Kind::Integer, kOptional, 6},
-    {"meshes[].primitives[]", "targets", Kind::Objects, kOptional, kMaxPrimitives},
-
-    {"", "nodes", Kind::Objects, kOptional, kMaxNodes},
-    {"nodes[]", "camera", Kind::Index, kOptional, 0, "cameras"},
-    {"nodes[]", "children", Kind::Indices, kOptional, 0, "nodes"},
-    {"nodes[]", "mesh", Kind::Index, kOptional, 0, "meshes"},
-    {"nodes[]", "skin", Kind::Index, kOptional, 0, "skins"},
-    {"nodes[]", "matrix", Kind::Numbers, kOptional, 16},
-    {"nodes[]", "translation", Kind::Numbers, kOptional, 3},
-    {"nodes[]", "rotation", Kind::Numbers, kOptional, 4},
-    {"nodes[]", "scale", Kind::Numbers, kOptional, 3},
-    {"nodes[].extensions.KHR_lights_punctual", "light", Kind::Index, kRequired, 0, kLights},
-
-    {"", "scenes", Kind::Objects, kOptional, kMaxNodes},
-    {"scenes[]", "nodes", Kind::Indices, kOptional, 0, "nodes"},
-
-    {"", "materials", Kind::Objects, kOptional, kMaxMaterials},
-    {"materials[]", "pbrMetallicRoughness", Kind::Object},
-    {"materials[].pbrMetallicRoughness", "baseColorFactor", Kind::Numbers, kOptional, 4},
-    {"materials[].pbrMetallicRoughness", "metallicFactor", Kind::Number},
-    {"materials[].pbrMetallicRoughness", "roughnessFactor", Kind::Number},
-    {"materials[]", "emissiveFactor", Kind::Numbers, kOptional, 3},
-    {"materials[]", "alphaMode", Kind::String},
-    {"materials[]", "alphaCutoff", Kind::Number},
-    {"materials[]", "doubleSided", Kind::Boolean},
-    {"materials[].extensions.KHR_materials_emissive_strength", "emissiveStrength", Kind::Number},
-
-    {"", "textures", Kind::Objects, kOptional, kMaxMaterials},
-    {"textures[]", "sampler", Kind::Index, kOptional, 0, "samplers"},
-    {"textures[]", "source", Kind::Index, kOptional, 0, "images"},
-    {"", "samplers", Kind::Objects, kOptional, kMaxMaterials},
-    {"samplers[]", "magFilter", Kind::Integer, kOptional, kMaxCode},
-    {"samplers[]", "wrapS", Kind::Integer, kOptional, kMaxCode},
-    {"samplers[]", "wrapT", Kind::Integer, kOptional, kMaxCode},
-    {"", "images", Kind::Objects, kOptional, kMaxMaterials},
-    {"images[]", "uri", Kind::String},
-    {"images[]", "bufferView", Kind::Index, kOptional, 0, "bufferViews"},
-
-    {"", "cameras", Kind::Objects, kOptional, kMaxNodes},
-    {"cameras[]", "type", Kind::String, kRequired},
-    {"cameras[].perspective", "yfov", Kind::Number, kRequired},
-    {"cameras[].perspective", "znear", Kind::Number, kRequired},
-    {"cameras[].perspective", "zfar", Kind::Number},
-    {"cameras[].perspective", "aspectRatio", Kind::Number},
-    {"cameras[].orthographic", "xmag", Kind::Number, kRequired},
-    {"cameras[].orthographic", "ymag", Kind::Number, kRequired},
-    {"cameras[].orthographic", "znear", Kind::Number, kRequired},
-    {"cameras[].orthographic", "zfar", Kind::Number, kRequired},
-
-    {"extensions.KHR_lights_punctual", "lights", Kind::Objects, kRequired, kMaxMaterials},
-    {"extensions.KHR_lights_punctual.lights[]", "type", Kind::String, kRequired},
-    {"extensions.KHR_lights_punctual.lights[]", "color", Kind::Numbers, kOptional, 3},
-    {"extensions.KHR_lights_punctual.lights[]", "intensity", Kind::Number},
-    {"extensions.KHR_lights_punctual.lights[]", "range", Kind::Number},
-    {"extensions.KHR_lights_punctual.lights[].spot", "innerConeAngle", Kind::Number},
-    {"extensions.KHR_lights_punctual.lights[].spot", "outerConeAngle", Kind::Number},
-
-    {"", "animations", Kind::Objects, kOptional, kMaxNodes},
-    {"", "skins", Kind::Objects, kOptional, kMaxNodes},
-};
-
-/// The uses of a texture that are read, each with the rules of kTextureRules.
-constexpr std::string_view kTextureUses[] = {
-    "materials[].pbrMetallicRoughness.baseColorTexture",
-    "materials[].pbrMetallicRoughness.metallicRoughnessTexture",
-    "materials[].emissiveTexture",
-};
-
-constexpr std::string_view kTransform = ".extensions.KHR_texture_transform";
-
-constexpr Rule kTextureRules[] = {
-    {"", "index", Kind::Index, kRequired, 0, "textures"},
-    {"", "texCoord", Kind::Integer, kOptional, 1000},
-    {kTransform, "offset", Kind::Numbers, kOptional, 2},
-    {kTransform, "scale", Kind::Numbers, kOptional, 2},
-    {kTransform, "rotation", Kind::Number},
-    {kTransform, "texCoord", Kind::Integer, kOptional, 1000},
-};
-
 class Checker {
  public:
   explicit Checker(const json& root) : root_(root) {}
 
-  void apply(const Rule& rule) {
+  void apply(const SchemaRule& rule) {
     targetSize_ = rule.target.empty() ? 0 : sizeOf(rule.target);
     descend(root_, rule.path, rule);
   }
@@ -206,7 +57,7 @@ class Checker {
     return value->is_array() ? value->size() : 0;
   }
 
-  void descend(const json& object, std::string_view path, const Rule& rule) {
+  void descend(const json& object, std::string_view path, const SchemaRule& rule) {
     if (path.empty()) return checkMember(object, rule);
     const size_t dot = std::min(path.find('.'), path.size());
     std::string_view name = path.substr(0, dot);
@@ -222,7 +73,7 @@ class Checker {
     steps_.pop_back();
   }
 
-  void descendInto(const json& array, std::string_view name, std::string_view rest, const Rule& rule) {
+  void descendInto(const json& array, std::string_view name, std::string_view rest, const SchemaRule& rule) {
     if (!array.is_array()) fail(name, "must be an array");
     steps_.push_back({name, 0});
     for (const json& element : array) {
@@ -233,7 +84,7 @@ class Checker {
     steps_.pop_back();
   }
 
-  void checkMember(const json& object, const Rule& rule) const {
+  void checkMember(const json& object, const SchemaRule& rule) const {
     const auto found = object.find(std::string(rule.member));
     if (found == object.end()) {
       if (rule.required) fail(rule.member, "is missing");
@@ -242,61 +93,61 @@ class Checker {
     checkValue(*found, rule);
   }
 
-  void checkValue(const json& value, const Rule& rule) const {
+  void checkValue(const json& value, const SchemaRule& rule) const {
     switch (rule.kind) {
-      case Kind::Boolean:
+      case RuleKind::Boolean:
         return expect(value.is_boolean(), rule, "must be true or false");
-      case Kind::String:
+      case RuleKind::String:
         return expect(value.is_string(), rule, "must be a string");
-      case Kind::Object:
+      case RuleKind::Object:
         return expect(value.is_object(), rule, "must be an object");
-      case Kind::Integer:
+      case RuleKind::Integer:
         return checkInteger(value, rule);
-      case Kind::Number:
+      case RuleKind::Number:
         return checkNumber(value, rule);
-      case Kind::Index:
+      case RuleKind::Index:
         return checkIndex(value, rule);
-      case Kind::IndexMap:
+      case RuleKind::IndexMap:
         expect(value.is_object(), rule, "must be an object");
         for (const json& element : value) checkIndex(element, rule);
         return;
-      case Kind::Strings:
-      case Kind::Objects:
-      case Kind::Numbers:
-      case Kind::Indices:
+      case RuleKind::Strings:
+      case RuleKind::Objects:
+      case RuleKind::Numbers:
+      case RuleKind::Indices:
         return checkArray(value, rule);
     }
   }
 
-  void checkArray(const json& array, const Rule& rule) const {
+  void checkArray(const json& array, const SchemaRule& rule) const {
     expect(array.is_array(), rule, "must be an array");
-    if (rule.kind == Kind::Objects && array.size() > rule.limit) {
+    if (rule.kind == RuleKind::Objects && array.size() > rule.limit) {
       fail(rule.member, "has more than " + std::to_string(rule.limit) + " elements");
     }
-    if (rule.kind == Kind::Numbers && array.size() != rule.limit) {
+    if (rule.kind == RuleKind::Numbers && array.size() != rule.limit) {
       fail(rule.member, "must have " + std::to_string(rule.limit) + " numbers");
     }
     for (const json& element : array) {
-      if (rule.kind == Kind::Objects) expect(element.is_object(), rule, "must hold objects only");
-      if (rule.kind == Kind::Strings) expect(element.is_string(), rule, "must hold strings only");
-      if (rule.kind == Kind::Numbers) checkNumber(element, rule);
-      if (rule.kind == Kind::Indices) checkIndex(element, rule);
+      if (rule.kind == RuleKind::Objects) expect(element.is_object(), rule, "must hold objects only");
+      if (rule.kind == RuleKind::Strings) expect(element.is_string(), rule, "must hold strings only");
+      if (rule.kind == RuleKind::Numbers) checkNumber(element, rule);
+      if (rule.kind == RuleKind::Indices) checkIndex(element, rule);
     }
   }
 
-  void checkInteger(const json& value, const Rule& rule) const {
+  void checkInteger(const json& value, const SchemaRule& rule) const {
     expect(value.is_number_unsigned(), rule, "must be an integer and not negative");
     if (value.get<uint64_t>() > rule.limit) {
       fail(rule.member, "is " + value.dump() + ", at most " + std::to_string(rule.limit) + " is allowed");
     }
   }
 
-  void checkNumber(const json& value, const Rule& rule) const {
+  void checkNumber(const json& value, const SchemaRule& rule) const {
     expect(value.is_number(), rule, "must be a number");
     expect(std::abs(value.get<double>()) <= double{FLT_MAX}, rule, "is too large a number");
   }
 
-  void checkIndex(const json& value, const Rule& rule) const {
+  void checkIndex(const json& value, const SchemaRule& rule) const {
     expect(value.is_number_unsigned(), rule, "must be an index");
     if (value.get<uint64_t>() >= targetSize_) {
       fail(rule.member, "is out of range: " + value.dump() + ", the file has " + std::to_string(targetSize_) +
@@ -304,7 +155,7 @@ class Checker {
     }
   }
 
-  void expect(bool holds, const Rule& rule, const char* reason) const {
+  void expect(bool holds, const SchemaRule& rule, const char* reason) const {
     if (!holds) fail(rule.member, reason);
   }
 
@@ -378,9 +229,9 @@ void checkBufferViews(const json& root) {
 void checkGltfSchema(const json& root, bool binary) {
   if (!root.is_object()) throw SceneError("not glTF: the JSON is not an object");
   Checker checker(root);
-  for (const Rule& rule : kRules) checker.apply(rule);
+  for (const SchemaRule& rule : kSchemaRules) checker.apply(rule);
   for (const std::string_view use : kTextureUses) {
-    for (Rule rule : kTextureRules) {
+    for (SchemaRule rule : kTextureRules) {
       const std::string path = std::string(use) + std::string(rule.path);
       rule.path = path;
       checker.apply(rule);

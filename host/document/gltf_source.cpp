@@ -3,7 +3,6 @@
 #include <tiny_gltf.h>
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
 
@@ -78,6 +77,31 @@ std::string_view jsonChunk(const std::vector<unsigned char>& bytes) {
   }
   if (json.empty()) throw SceneError("the binary glTF has no JSON chunk");
   return json;
+}
+
+/// The position behind the string that begins at `start`, or the end of the text.
+size_t behindString(std::string_view text, size_t start) {
+  for (size_t quote = text.find('"', start + 1); quote != text.npos; quote = text.find('"', quote + 1)) {
+    size_t backslashes = 0;
+    while (text[quote - 1 - backslashes] == '\\') ++backslashes;
+    if (backslashes % 2 == 0) return quote + 1;
+  }
+  return text.size();
+}
+
+/// Looks at the brackets before anything is parsed: parsers follow the nesting by recursion, or take memory
+/// for every value. (The parser's own callback could count too, but makes long arrays quadratic.)
+void checkJsonSize(std::string_view text) {
+  size_t depth = 0, values = 0;
+  for (size_t i = 0; i < text.size();) {
+    const char c = text[i];
+    if (c == '[' || c == '{') ++depth;
+    if ((c == ']' || c == '}') && depth > 0) --depth;
+    if (c == ',' || c == '[' || c == '{') ++values;
+    if (depth > kMaxJsonNesting) throw SceneError("the JSON is nested deeper than 64 levels");
+    if (values > kMaxJsonValues) throw SceneError("the JSON has too many values");
+    i = c == '"' ? behindString(text, i) : i + 1;
+  }
 }
 
 int hexDigit(char c) {
@@ -157,17 +181,10 @@ GltfSource readGltfSource(const fs::path& file) {
 }
 
 nlohmann::json parseJson(std::string_view text) {
-  using nlohmann::json;
-  size_t events = 0;
-  const auto bounded = [&events](int depth, json::parse_event_t, const json&) {
-    if (static_cast<size_t>(depth) > kMaxJsonNesting)
-      throw SceneError("the JSON is nested deeper than 64 levels");
-    if (++events > kMaxJsonEvents) throw SceneError("the JSON has too many values");
-    return true;
-  };
+  checkJsonSize(text);
   try {
-    return json::parse(text.begin(), text.end(), bounded);
-  } catch (const json::exception& error) {
+    return nlohmann::json::parse(text.begin(), text.end());
+  } catch (const nlohmann::json::exception& error) {
     const std::string_view reason = error.what();
     const size_t prefix = reason.find("] ");
     throw SceneError("not glTF: " + printable(prefix == reason.npos ? reason : reason.substr(prefix + 2)));
