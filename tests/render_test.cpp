@@ -281,6 +281,21 @@ TEST(RenderCoverage, SingleSidedTrianglesAreSeenFromTheFrontOnly) {
   }
 }
 
+TEST(RenderCoverage, TwoSingleSidedTrianglesBackToBackHideNothing) {
+  for (const RendererId renderer : kRenderers) {
+    for (const bool instanced : {false, true}) {
+      Scene scene = orthographicScene(1, 1);
+      Mesh mesh = squareMesh(1);
+      mesh.indices = {0, 1, 2, 0, 2, 3, 2, 1, 0, 3, 2, 0};
+      add(scene, mesh, matt({1, 0, 0, 1}));
+      if (instanced) scene.instances.push_back({0, moved({0, 0, -5})});
+      EXPECT_EQ(covered(scene, renderer, 8, 8), 64);
+      scene.instances[0].transform = turned(Axis::Y, 180);
+      EXPECT_EQ(covered(scene, renderer, 8, 8), 64);
+    }
+  }
+}
+
 TEST(RenderCoverage, SceneWithoutCameraFillsThePicture) {
   for (const Vec3 place : {Vec3{0, 0, 0}, Vec3{1e4F, -2e3F, 500}}) {
     Scene scene = richScene();

@@ -121,7 +121,7 @@ class Standard {
     float passing = 1;
     Hit hit;
     for (int layer = 0; layer < kMaxLayers && passing > kLeastWeight; ++layer) {
-      if (!nearestVisible(data_, ray, hit, log_)) break;
+      if (!data_.nearest(ray, hit, log_)) break;
       const Surface surface = surfaceAt(data_, ray, hit);
       const float coverage = std::clamp(surface.baseColor.w, 0.0F, 1.0F);
       if (coverage > 0) {
@@ -130,6 +130,7 @@ class Standard {
                         (passing * coverage);
       }
       passing *= 1 - coverage;
+      ray.tnear = behind(hit);
     }
     return sum + lights_.sky.radiance(ray.direction, 0) * passing;
   }
