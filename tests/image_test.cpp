@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 #include <tiffio.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -121,7 +122,7 @@ Bytes makeJpeg(const Image& image, J_COLOR_SPACE space, bool progressive = false
   }
   jpeg_finish_compress(&info);
   jpeg_destroy_compress(&info);
-  const Bytes bytes = bytesOf({data, data + size});
+  Bytes bytes = bytesOf({data, data + size});
   std::free(data);
   return bytes;
 }
@@ -291,6 +292,23 @@ TEST_F(ImageTest, TruncatedPicturesAreErrors) {
   }
 }
 
+TEST_F(ImageTest, TiffWithDamagedOrMissingStripsIsAnError) {
+  for (const auto compression : {TiffCompression::Lzw, TiffCompression::Zip}) {
+    writeTiff(path("a.tif"), testImage(40, 30), compression);
+    Bytes tiff = fileBytes(path("a.tif"));
+    std::fill_n(tiff.begin() + 8, 100, std::byte{0xFF});
+    EXPECT_THROW(decodeImage(tiff), ImageError);
+  }
+  writeTiff(path("a.tif"), testImage(40, 30), TiffCompression::None);
+  Bytes tiff = fileBytes(path("a.tif"));
+  uint32_t entry = 0;
+  std::memcpy(&entry, &tiff[4], 4);
+  entry += 2;
+  while (tiff[entry] != std::byte{TIFFTAG_STRIPOFFSETS & 0xFF}) entry += 12;
+  put32(tiff, entry + 8, static_cast<uint32_t>(tiff.size()) - 10, false);
+  EXPECT_THROW(decodeImage(tiff), ImageError);
+}
+
 TEST_F(ImageTest, ChangedBytesNeverCrash) {
   writePng(path("a.png"), testImage(20, 20));
   writeTiff(path("a.tif"), testImage(20, 20), TiffCompression::Lzw);
@@ -314,7 +332,13 @@ TEST_F(ImageTest, ChangedBytesNeverCrash) {
   EXPECT_GT(errors, 100);
 }
 
-TEST_F(ImageTest, HugeClaimsOfSmallFilesAreErrors) {
+TEST_F(ImageTest, HugeClaimsOfSmallFilesAreErrorsAndTakeNoMemory) {
+  const auto peakMegabytes = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+  };
+  const long before = peakMegabytes();
   Bytes jpeg = makeJpeg(testImage(16, 16), JCS_RGB);
   size_t frame = 0;
   while (jpeg[frame] != std::byte{0xFF} || jpeg[frame + 1] != std::byte{0xC0}) ++frame;
@@ -353,6 +377,7 @@ TEST_F(ImageTest, HugeClaimsOfSmallFilesAreErrors) {
       EXPECT_THROW(decodeImage(tiff), ImageError) << side;
     }
   }
+  EXPECT_LT(peakMegabytes() - before, 100);
 }
 
 TEST_F(ImageTest, MorePixelsThanAllowedAreAnErrorHoweverWellTheyPack) {
