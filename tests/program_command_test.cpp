@@ -9,7 +9,7 @@ class ProgramCommand : public ProgramTest {
  protected:
   /// An application folder of the test's own, with the real modules.
   fs::path appFolder(const std::string& configuration) {
-    const fs::path app = folder / "app";
+    fs::path app = folder / "app";
     writeText(app / "resource/config.json", configuration);
     std::error_code exists;
     fs::create_directory_symlink(fs::path(VESTA_TEST_APP_DIR) / "modules", app / "modules", exists);

@@ -183,7 +183,7 @@ TEST_F(ProgramRun, TakesPathsOfAnyBytesAndFromAnyFolder) {
   for (const std::string& name : names) {
     EXPECT_EQ(std::count(paths.begin(), paths.end(), (place / "in" / name).string()), 1) << name;
   }
-  EXPECT_EQ(compared.out.find("\xfe"), std::string::npos) << "a terminal is not sent what is no text";
+  EXPECT_EQ(compared.out.find('\xfe'), std::string::npos) << "a terminal is not sent what is no text";
   EXPECT_EQ(vesta({"check", "in/_lumicheck_16.038_2"}, {.workingFolder = place}).status, 0);
 }
 

@@ -21,12 +21,15 @@ class ProgramTest : public testing::Test {
 
   ProgramTest() { fs::create_directory(scenes); }
 
-  Process start(const Words& arguments, const ProcessOptions& options = {}) {
+  Words withPreferences(const Words& arguments) const {
     Words all = {"--prefs-dir", preferences};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    return Process(VESTA_TEST_PROGRAM, all, options);
+    return all;
   }
-  Ended vesta(const Words& arguments, const ProcessOptions& options = {}) {
+  Process start(const Words& arguments, const ProcessOptions& options = {}) const {
+    return Process(VESTA_TEST_PROGRAM, withPreferences(arguments), options);
+  }
+  Ended vesta(const Words& arguments, const ProcessOptions& options = {}) const {
     return start(arguments, options).wait();
   }
   /// A run whose success is taken for granted.
