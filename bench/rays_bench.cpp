@@ -1,7 +1,7 @@
 // What shading costs: the rays that the standard renderer traces in a second, against the same rays traced by
 // the bare library in a loop. Both use every core. Each scene gets a line; the last number is the ratio.
 //
-//   rays_bench [SCENE...]      default: every scene in examples/
+//   rays_bench [SCENE...]      default: every *.vesta below examples/
 
 #include <embree3/rtcore.h>
 #include <tbb/parallel_for.h>
@@ -115,7 +115,7 @@ void measure(const std::filesystem::path& file) {
 int main(int count, char** arguments) {
   std::vector<std::filesystem::path> files(arguments + 1, arguments + count);
   if (files.empty()) {
-    for (const auto& entry : std::filesystem::directory_iterator("examples")) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator("examples")) {
       if (entry.path().extension() == ".vesta") files.push_back(entry.path());
     }
   }

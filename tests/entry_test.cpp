@@ -81,7 +81,8 @@ TEST(Entry, WorksWithAHostThatOffersLess) {
   testing::internal::CaptureStderr();
   ASSERT_EQ(entry(HOST_MODULE_ATTACH, 0, nullptr, &tables), 1);
   const std::string said = testing::internal::GetCapturedStderr();
-  for (const char* lacking : {"'documents'", "'dialogs'", "'system'", "'strings.StringFromReal'", "'strings.StringToCString'"}) {
+  for (const char* lacking :
+       {"'documents'", "'dialogs'", "'system'", "'strings.StringFromReal'", "'strings.StringToCString'"}) {
     EXPECT_NE(said.find(lacking), std::string::npos) << lacking << " in " << said;
   }
   EXPECT_EQ(said.find("strings.StringInit"), std::string::npos);
@@ -148,11 +149,15 @@ TEST(CommandLine, ConsumesSkipsAndStops) {
     std::string label;
     for (const auto& argument : test.arguments) label += argument + " ";
     EXPECT_EQ(host.commandLine(resolve(test.arguments)), resolve(test.left)) << label;
-    EXPECT_EQ(host.view().hasLine("-lumicheck scenepath [refpath] ... specify the directory to render"), test.help) << label;
+    EXPECT_EQ(host.view().hasLine("-lumicheck scenepath [refpath] ... specify the directory to render"),
+              test.help)
+        << label;
     for (const auto& folder : {a, b}) {
-      EXPECT_EQ(fs::exists(host.folder() / folder / "_lumicheck_16.038_1"), test.started == folder) << label << folder;
+      EXPECT_EQ(fs::exists(host.folder() / folder / "_lumicheck_16.038_1"), test.started == folder)
+          << label << folder;
     }
-    EXPECT_EQ(host.view().hasLine("missing parameter for -lumicheck"), test.arguments.back() == "-lumicheck") << label;
+    EXPECT_EQ(host.view().hasLine("missing parameter for -lumicheck"), test.arguments.back() == "-lumicheck")
+        << label;
   }
 }
 

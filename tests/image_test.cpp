@@ -8,6 +8,8 @@
 #include <sys/resource.h>
 #include <tiffio.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 // libjpeg's header needs <cstdio> before it.
@@ -120,7 +122,7 @@ Bytes makeJpeg(const Image& image, J_COLOR_SPACE space, bool progressive = false
   }
   jpeg_finish_compress(&info);
   jpeg_destroy_compress(&info);
-  const Bytes bytes = bytesOf({data, data + size});
+  Bytes bytes = bytesOf({data, data + size});
   std::free(data);
   return bytes;
 }
@@ -175,6 +177,9 @@ TEST_F(ImageTest, TiffSaysHowItIsCompressedAndNothingOfTheDate) {
     uint16_t tag = 0;
     TIFFGetField(tiff, TIFFTAG_COMPRESSION, &tag);
     EXPECT_EQ(tag, row.tag);
+    uint16_t predictor = PREDICTOR_NONE;
+    TIFFGetField(tiff, TIFFTAG_PREDICTOR, &predictor);
+    EXPECT_EQ(predictor, row.tag == COMPRESSION_NONE ? PREDICTOR_NONE : PREDICTOR_HORIZONTAL);
     const char* date = nullptr;
     EXPECT_FALSE(TIFFGetField(tiff, TIFFTAG_DATETIME, &date));
     TIFFClose(tiff);
@@ -182,7 +187,8 @@ TEST_F(ImageTest, TiffSaysHowItIsCompressedAndNothingOfTheDate) {
 }
 
 TEST_F(ImageTest, OtherTiffLayoutsAreConverted) {
-  const auto make = [&](uint16_t bits, uint16_t samples, uint16_t planar, std::vector<uint8_t> data) {
+  const auto make = [&](uint16_t bits, uint16_t samples, uint16_t planar, std::vector<uint8_t> data,
+                        uint16_t orientation = ORIENTATION_TOPLEFT) {
     TIFF* tiff = TIFFOpen(path("other.tif").c_str(), "w");
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 2);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 1);
@@ -190,6 +196,7 @@ TEST_F(ImageTest, OtherTiffLayoutsAreConverted) {
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, samples > 2 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, planar);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, orientation);
     const uint16_t straight = EXTRASAMPLE_UNASSALPHA;
     if (samples == 4) TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &straight);
     const int planes = planar == PLANARCONFIG_SEPARATE ? samples : 1;
@@ -204,6 +211,8 @@ TEST_F(ImageTest, OtherTiffLayoutsAreConverted) {
   const Image grey = make(8, 1, PLANARCONFIG_CONTIG, {7, 200});
   EXPECT_EQ(grey.channels, 1);
   EXPECT_EQ(grey.pixels, (Pixels{7, 200}));
+  const Image flipped = make(8, 1, PLANARCONFIG_CONTIG, {7, 200}, ORIENTATION_TOPRIGHT);
+  EXPECT_EQ(flipped.pixels, (Pixels{200, 200, 200, 7, 7, 7}));
   const Image alpha = make(8, 4, PLANARCONFIG_CONTIG, {250, 10, 20, 3, 4, 5, 6, 255});
   EXPECT_EQ(alpha.channels, 4);
   EXPECT_EQ(alpha.pixels, (Pixels{250, 10, 20, 3, 4, 5, 6, 255}));
@@ -283,6 +292,23 @@ TEST_F(ImageTest, TruncatedPicturesAreErrors) {
   }
 }
 
+TEST_F(ImageTest, TiffWithDamagedOrMissingStripsIsAnError) {
+  for (const auto compression : {TiffCompression::Lzw, TiffCompression::Zip}) {
+    writeTiff(path("a.tif"), testImage(40, 30), compression);
+    Bytes tiff = fileBytes(path("a.tif"));
+    std::fill_n(tiff.begin() + 8, 100, std::byte{0xFF});
+    EXPECT_THROW(decodeImage(tiff), ImageError);
+  }
+  writeTiff(path("a.tif"), testImage(40, 30), TiffCompression::None);
+  Bytes tiff = fileBytes(path("a.tif"));
+  uint32_t entry = 0;
+  std::memcpy(&entry, &tiff[4], 4);
+  entry += 2;
+  while (tiff[entry] != std::byte{TIFFTAG_STRIPOFFSETS & 0xFF}) entry += 12;
+  put32(tiff, entry + 8, static_cast<uint32_t>(tiff.size()) - 10, false);
+  EXPECT_THROW(decodeImage(tiff), ImageError);
+}
+
 TEST_F(ImageTest, ChangedBytesNeverCrash) {
   writePng(path("a.png"), testImage(20, 20));
   writeTiff(path("a.tif"), testImage(20, 20), TiffCompression::Lzw);
@@ -306,7 +332,13 @@ TEST_F(ImageTest, ChangedBytesNeverCrash) {
   EXPECT_GT(errors, 100);
 }
 
-TEST_F(ImageTest, HugeClaimsOfSmallFilesAreErrors) {
+TEST_F(ImageTest, HugeClaimsOfSmallFilesAreErrorsAndTakeNoMemory) {
+  const auto peakMegabytes = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss / 1024;
+  };
+  const long before = peakMegabytes();
   Bytes jpeg = makeJpeg(testImage(16, 16), JCS_RGB);
   size_t frame = 0;
   while (jpeg[frame] != std::byte{0xFF} || jpeg[frame + 1] != std::byte{0xC0}) ++frame;
@@ -345,6 +377,20 @@ TEST_F(ImageTest, HugeClaimsOfSmallFilesAreErrors) {
       EXPECT_THROW(decodeImage(tiff), ImageError) << side;
     }
   }
+  EXPECT_LT(peakMegabytes() - before, 100);
+}
+
+TEST_F(ImageTest, MorePixelsThanAllowedAreAnErrorHoweverWellTheyPack) {
+  TIFF* tiff = TIFFOpen(path("fax.tif").c_str(), "w");
+  TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, 40000);
+  TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, 40000);
+  TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 1);
+  TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISWHITE);
+  TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_CCITTFAX4);
+  std::vector<uint8_t> white(5000, 0xFF);
+  TIFFWriteRawStrip(tiff, 0, white.data(), 5000);
+  TIFFClose(tiff);
+  EXPECT_THROW(readImage(path("fax.tif")), ImageError);
 }
 
 TEST_F(ImageTest, WhatIsNoPictureIsAnError) {
@@ -359,12 +405,20 @@ TEST_F(ImageTest, WhatIsNoPictureIsAnError) {
 }
 
 TEST_F(ImageTest, FullDisksAreErrors) {
+  const auto reason = [](auto write) -> std::string {
+    try {
+      write();
+    } catch (const ImageError& error) {
+      return error.what();
+    }
+    return "written";
+  };
   // Small pictures too: their bytes reach the disk only when the file is closed.
   for (const Image& image : {testImage(4, 4), testImage(300, 300)}) {
     for (const auto compression : {TiffCompression::None, TiffCompression::Lzw, TiffCompression::Zip}) {
-      EXPECT_THROW(writeTiff("/dev/full", image, compression), ImageError);
+      EXPECT_EQ(reason([&] { writeTiff("/dev/full", image, compression); }), std::strerror(ENOSPC));
     }
-    EXPECT_THROW(writePng("/dev/full", image), ImageError);
+    EXPECT_NE(reason([&] { writePng("/dev/full", image); }), "written");
   }
 }
 

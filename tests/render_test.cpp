@@ -243,6 +243,15 @@ TEST(RenderCoverage, NearAndFarPlanesCutThingsOff) {
   EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 0);
   scene.camera->zfar = 10.5F;
   EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 100);
+  // Planes, not spheres: the corners, which are farther away, are cut at the same depth.
+  scene.instances[0].transform = scaled({10, 10, 1});
+  scene.camera->orthographic = false;
+  EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 100);
+  scene.camera->znear = 10.1F;
+  EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 0);
+  scene.camera->znear = 1;
+  scene.camera->zfar = 9.9F;
+  EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 0);
 }
 
 TEST(RenderCoverage, InstancesAreTurnedScaledAndMirrored) {
@@ -260,6 +269,22 @@ TEST(RenderCoverage, InstancesAreTurnedScaledAndMirrored) {
   EXPECT_NEAR(covered(scene, RendererId::Standard, 80, 80), 800, 20);
 }
 
+TEST(RenderCoverage, InstancesHaveTheirOwnMaterialAndTurnedNormals) {
+  Scene scene = orthographicScene(2, 2);
+  Mesh mesh = squareMesh(0.8F);
+  mesh.normals.assign(4, {0, 0, 1});
+  add(scene, mesh, matt({1, 0, 0, 1}), moved({-1, 1, 0}));
+  add(scene, mesh, matt({0, 1, 0, 1}), moved({1, 1, 0}));
+  scene.instances.push_back({0, moved({-1, -1, 0}) * turned(Axis::Y, 60) * scaled({2, 1, 5})});
+  scene.instances.push_back({1, moved({1, -1, 0})});
+  const Image image = render(scene, RendererId::Preview, 4, 4);
+  EXPECT_EQ(at(image, 0, 0), (Pixel{255, 0, 0}));
+  EXPECT_EQ(at(image, 2, 0), (Pixel{0, 255, 0}));
+  EXPECT_EQ(at(image, 2, 2), (Pixel{0, 255, 0}));
+  // The head light's cosine is a half; the rest is even light.
+  EXPECT_NEAR(linear(at(render(scene, RendererId::Preview, 9, 9), 2, 6).r), 0.575F, 0.01F);
+}
+
 TEST(RenderCoverage, SingleSidedTrianglesAreSeenFromTheFrontOnly) {
   for (const RendererId renderer : kRenderers) {
     for (const float x : {1.0F, -1.0F}) {
@@ -270,6 +295,21 @@ TEST(RenderCoverage, SingleSidedTrianglesAreSeenFromTheFrontOnly) {
       scene.instances[0].transform = turned(Axis::Y, 180) * scaled({x, 1, 1});
       EXPECT_EQ(covered(scene, renderer, 8, 8), 0);
       scene.materials[0].doubleSided = true;
+      EXPECT_EQ(covered(scene, renderer, 8, 8), 64);
+    }
+  }
+}
+
+TEST(RenderCoverage, TwoSingleSidedTrianglesBackToBackHideNothing) {
+  for (const RendererId renderer : kRenderers) {
+    for (const bool instanced : {false, true}) {
+      Scene scene = orthographicScene(1, 1);
+      Mesh mesh = squareMesh(1);
+      mesh.indices = {0, 1, 2, 0, 2, 3, 2, 1, 0, 3, 2, 0};
+      add(scene, mesh, matt({1, 0, 0, 1}));
+      if (instanced) scene.instances.push_back({0, moved({0, 0, -5})});
+      EXPECT_EQ(covered(scene, renderer, 8, 8), 64);
+      scene.instances[0].transform = turned(Axis::Y, 180);
       EXPECT_EQ(covered(scene, renderer, 8, 8), 64);
     }
   }
@@ -327,7 +367,8 @@ TEST(RenderTexture, WrapModesAndInterpolation) {
   const int edge = texture(Wrap::Clamp, false);
   EXPECT_EQ(value(repeat, 1.25F), 0);
   EXPECT_EQ(value(repeat, -0.25F), 1);
-  EXPECT_EQ(value(clamp, 7.25F), 1);
+  EXPECT_EQ(value(clamp, 7.75F), 1);
+  EXPECT_EQ(value(mirror, 1.75F), 0);
   EXPECT_EQ(value(clamp, -0.25F), 0);
   EXPECT_EQ(value(mirror, 1.25F), 1);
   EXPECT_EQ(value(mirror, -0.25F), 0);
@@ -335,6 +376,8 @@ TEST(RenderTexture, WrapModesAndInterpolation) {
   EXPECT_FLOAT_EQ(value(smooth, 0), 0.5F);
   EXPECT_FLOAT_EQ(value(edge, 0), 0);
   EXPECT_FLOAT_EQ(value(edge, 0.375F), 0.25F);
+  const int tall = addTexture(scene, 1, 2, 1, pixels, {-1, Wrap::Clamp, Wrap::Clamp, false});
+  EXPECT_FLOAT_EQ(sampleTexture(scene, tall, {0, 0.375F}, TexelKind::Data).x, 0.25F);
   for (const float u : {1e30F, -1e30F, std::numeric_limits<float>::quiet_NaN(), 0.99999997F, -1e-9F}) {
     for (int i = 0; i < 5; ++i) EXPECT_TRUE(value(i, u) >= 0 && value(i, u) <= 1);
   }
@@ -389,6 +432,10 @@ TEST(RenderLight, MattSurfacesFollowTheCosine) {
   EXPECT_NEAR(lampLight(scene) / facing, 0.5F, 0.05F);
   scene.lights = {sun({0, 0, 1})};
   EXPECT_EQ(lampLight(scene), 0);
+  scene.lights = {sun({0, 0, -1})};
+  scene.materials[0].doubleSided = true;
+  scene.instances[0].transform = turned(Axis::Y, 180);
+  EXPECT_NEAR(lampLight(scene), facing, 0.001F) << "both sides are lit alike";
 }
 
 TEST(RenderLight, UnitsOfTheFileDoNotShow) {
@@ -436,8 +483,8 @@ TEST(RenderLight, ThingsCastShadowsAndHolesLetLightThrough) {
   EXPECT_NEAR(lampLight(scene), 0.75F * lit, 0.01F);
 
   blocker.alphaMode = AlphaMode::Mask;
-  blocker.baseColor.w = 1;
-  // Opaque but for the texel in its middle, whose shadow falls on the middle of the wall.
+  blocker.baseColor.w = 0.75F;  // above the cut, which makes it opaque
+  // Whole but for the texel in its middle, whose shadow falls on the middle of the wall.
   std::vector<uint8_t> texels(9 * 4, 255);
   texels[4 * 4 + 3] = 0;
   blocker.baseColorTexture.texture = addTexture(scene, 3, 3, 4, texels, {-1, Wrap::Clamp, Wrap::Clamp, true});
@@ -500,11 +547,17 @@ TEST(RenderAlpha, MaskCutsAndBlendMixes) {
   const auto color = [&] { return center(render(scene, RendererId::Standard, 4, 4)); };
   EXPECT_NEAR(linear(color().r), 0.15F, 0.02F);
   EXPECT_NEAR(linear(color().g), 0.45F, 0.02F);
+  scene.materials[0].baseColor = {0, 1, 0, 1};
+  EXPECT_EQ(center(render(scene, RendererId::Preview, 4, 4)), (Pixel{0, 255, 0}))
+      << "thin layers are seen through";
+  scene.materials[0].baseColor = {0, 0, 0, 1};
   scene.materials[1].alphaMode = AlphaMode::Mask;
   EXPECT_NEAR(linear(color().r), 0, 0.02F);
   EXPECT_NEAR(linear(color().g), 0.6F, 0.02F);
   scene.materials[1].alphaCutoff = 0.25F;
   EXPECT_NEAR(linear(color().r), 0.6F, 0.02F);
+  scene.meshes[1].colors.assign(4, {1, 1, 1, 0.5F});
+  EXPECT_NEAR(linear(color().r), 0, 0.02F) << "vertex alpha counts";
   scene.materials[1].alphaMode = AlphaMode::Opaque;
   EXPECT_NEAR(linear(color().r), 0.6F, 0.02F);
 }
@@ -533,6 +586,7 @@ TEST(RenderRun, AntialiasingSmoothsEdges) {
   const auto colors = [&](bool antialiasing) {
     const Image image = render(scene, RendererId::Standard, 40, 40, antialiasing);
     std::vector<int> greens;
+    greens.reserve(40);
     for (int x = 0; x < 40; ++x) greens.push_back(at(image, x, 11).g);
     std::sort(greens.begin(), greens.end());
     return std::unique(greens.begin(), greens.end()) - greens.begin();

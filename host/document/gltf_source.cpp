@@ -3,7 +3,6 @@
 #include <tiny_gltf.h>
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <nlohmann/json.hpp>
 

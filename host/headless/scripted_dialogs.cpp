@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/services/paths.h"
+#include "host/services/threads.h"
 
 namespace host {
 namespace {
@@ -60,6 +61,12 @@ std::string setGadget(Gadget* gadget, const DialogScript::Answer& answer) {
 
 }  // namespace
 
+void ScriptedDialogs::setScript(DialogScript script) {
+  script_ = std::move(script);
+  problems_.clear();
+  cancelled_ = false;
+}
+
 void ScriptedDialogs::run(Dialog& dialog) {
   if ((dialog.buttons & kOkButton) != 0) {
     answer(dialog);
@@ -90,8 +97,14 @@ void ScriptedDialogs::answer(Dialog& dialog) {
 void ScriptedDialogs::pump(Dialog& dialog) {
   while (dialog.isOpen()) {
     host_->events.wait(kPumpInterval);
+    const bool nobodyWorks = runningWorkers() == 0;
     const auto event = host_->events.take();
-    if (!event) continue;
+    if (!event) {
+      // The message that was to close it got lost, and no other will come.
+      if (!nobodyWorks) continue;
+      dialog.press(false);
+      return;
+    }
     if (event->kind != Event::Kind::CoreMessage) {
       host_->console.show(*event);
       continue;

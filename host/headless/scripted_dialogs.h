@@ -26,10 +26,11 @@ class ScriptedDialogs : public DialogView {
  public:
   /// The host whose events the dialogs live on. Set before the first dialog opens.
   void attach(HostServices* host) { host_ = host; }
-  void setScript(DialogScript script) { script_ = std::move(script); }
+  /// What the user does from now on; forgets what became of the script before.
+  void setScript(DialogScript script);
 
   /// A dialog with an OK button is answered and closed. One without shows work that goes on: it stays open
-  /// and receives its messages until somebody closes it.
+  /// and receives its messages until somebody closes it, or no worker is left that could.
   void run(Dialog& dialog) override;
   std::optional<std::string> selectFile(const std::string& start, bool folder) override;
 

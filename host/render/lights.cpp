@@ -7,12 +7,12 @@ namespace host {
 namespace {
 
 /// What the meter and the sky are set to.
-struct Setting {
+struct LightLevel {
   float key;  ///< reflected by a white matt surface where the meter points
   float sky;  ///< strength of the sky
 };
-constexpr Setting kFixedLight{0.85F, 0.60F};
-constexpr Setting kOwnLights{1.00F, 0.16F};
+constexpr LightLevel kFixedLight{0.85F, 0.60F};
+constexpr LightLevel kOwnLights{1.00F, 0.24F};
 constexpr float kFarAway = 1e17F;
 constexpr size_t kMeteredDirections = 16;
 

@@ -13,9 +13,12 @@ constexpr float kAmbient = 0.15F;
 
 Vec3 previewColor(const PreparedScene::Data& data, Ray ray) {
   Hit hit;
-  for (int layer = 0; layer < kMaxLayers && nearestVisible(data, ray, hit, nullptr); ++layer) {
+  for (int layer = 0; layer < kMaxLayers && data.nearest(ray, hit, nullptr); ++layer) {
     const Surface s = surfaceAt(data, ray, hit);
-    if (s.baseColor.w < 0.5F) continue;
+    if (s.baseColor.w < 0.5F) {
+      ray.tnear = behind(hit);
+      continue;
+    }
     const float headLight = std::max(0.0F, -dot(s.normal, ray.direction));
     return Vec3{s.baseColor.x, s.baseColor.y, s.baseColor.z} * (kAmbient + (1 - kAmbient) * headLight);
   }

@@ -63,10 +63,10 @@ struct SkyTurn {
   float shift;  ///< 0..1, within the rings
 
   SkyTurn(int x, int y) {
-    const float angle = noise(x, y) * 1.5707963F;
+    const float angle = step(x, y) * 1.5707963F;
     cosine = std::cos(angle);
     sine = std::sin(angle);
-    shift = noise(y + 47, x + 17);
+    shift = step(y, x + 2);
   }
 
   /// About y.
@@ -78,11 +78,10 @@ struct SkyTurn {
   }
 
  private:
-  /// 0..1, evenly spread in any small neighbourhood. (Interleaved gradient noise: J. Jimenez, "Next
-  /// Generation Post Processing in Call of Duty: Advanced Warfare", SIGGRAPH 2014.)
-  static float noise(int x, int y) {
-    const auto fraction = [](double v) { return v - std::floor(v); };
-    return static_cast<float>(fraction(52.9829189 * fraction(0.06711056 * x + 0.00583715 * y)));
+  /// 0..1, each sixteenth once in any four by four pixels, far ones side by side (Bayer's order).
+  static float step(int x, int y) {
+    constexpr int kOrder[4][4] = {{0, 8, 2, 10}, {12, 4, 14, 6}, {3, 11, 1, 9}, {15, 7, 13, 5}};
+    return (static_cast<float>(kOrder[y & 3][x & 3]) + 0.5F) / 16;
   }
 };
 
@@ -122,7 +121,7 @@ class Standard {
     float passing = 1;
     Hit hit;
     for (int layer = 0; layer < kMaxLayers && passing > kLeastWeight; ++layer) {
-      if (!nearestVisible(data_, ray, hit, log_)) break;
+      if (!data_.nearest(ray, hit, log_)) break;
       const Surface surface = surfaceAt(data_, ray, hit);
       const float coverage = std::clamp(surface.baseColor.w, 0.0F, 1.0F);
       if (coverage > 0) {
@@ -131,6 +130,7 @@ class Standard {
                         (passing * coverage);
       }
       passing *= 1 - coverage;
+      ray.tnear = behind(hit);
     }
     return sum + lights_.sky.radiance(ray.direction, 0) * passing;
   }

@@ -6,28 +6,10 @@
 namespace host {
 namespace {
 
-constexpr int kMaxBackFaces = 64;
-// Places on a triangle and the tree's answers are exact to a few units in the last of 24 bits.
+// A point blended from corners lies on their triangle, exact to a few units in the last of 24 bits.
 constexpr float kPrecision = 2e-6F;
 
 float largest(Vec3 v) { return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)}); }
-
-struct Corners {
-  Vec3 a, b, c;  ///< world
-
-  Corners(const Placement& placement, uint32_t triangle) {
-    const Mesh& mesh = *placement.mesh;
-    a = transformPoint(placement.toWorld, mesh.positions[mesh.indices[3 * triangle]]);
-    b = transformPoint(placement.toWorld, mesh.positions[mesh.indices[3 * triangle + 1]]);
-    c = transformPoint(placement.toWorld, mesh.positions[mesh.indices[3 * triangle + 2]]);
-  }
-
-  /// On the front side; any length.
-  Vec3 normal(bool mirrored) const {
-    const Vec3 n = cross(b - a, c - a);
-    return mirrored ? -n : n;
-  }
-};
 
 /// Unit vector along `v`, `fallback` when `v` has no direction that numbers can hold.
 Vec3 unitOr(Vec3 v, Vec3 fallback) {
@@ -51,7 +33,7 @@ Vec3 facing(Vec3 normal, Vec3 toViewer) {
 /// The point moved onto the planes through the corners along their normals, weighted as the point is, so that
 /// flat triangles of a smooth surface do not shadow it where light grazes. (J. Hanika, "Hacking the Shadow
 /// Terminator", Ray Tracing Gems II, chapter 4.) Normals may have any length.
-Vec3 aboveSmoothSurface(Vec3 point, const Corners& corners, const TrianglePoint& p,
+Vec3 aboveSmoothSurface(Vec3 point, const Triangle& corners, const TrianglePoint& p,
                         const Vec3 (&normals)[3]) {
   const auto lifted = [&](Vec3 corner, Vec3 normal) {
     const float below = dot(point - corner, normal);
@@ -64,27 +46,17 @@ Vec3 aboveSmoothSurface(Vec3 point, const Corners& corners, const TrianglePoint&
 
 }  // namespace
 
-bool nearestVisible(const PreparedScene::Data& data, Ray& ray, Hit& hit, RayLog* log) {
-  for (int passed = 0; passed < kMaxBackFaces; ++passed) {
-    if (!data.nearest(ray, hit, log)) return false;
-    const Placement& placement = data.placements[hit.placement];
-    ray.tnear = std::max(hit.t * (1 + 4 * kPrecision), std::nextafter(hit.t, 1e30F));
-    if (placement.material->doubleSided) return true;
-    const Corners corners(placement, hit.triangle);
-    if (dot(corners.normal(placement.mirrored), ray.direction) < 0) return true;
-  }
-  return false;
-}
+float behind(const Hit& hit) { return std::max(hit.t * (1 + 4 * kPrecision), std::nextafter(hit.t, 1e30F)); }
 
 Surface surfaceAt(const PreparedScene::Data& data, const Ray& ray, const Hit& hit) {
   const Placement& placement = data.placements[hit.placement];
   const Mesh& mesh = *placement.mesh;
-  const Corners corners(placement, hit.triangle);
+  const Triangle corners = placement.triangle(hit.triangle);
   const TrianglePoint p(mesh, hit.triangle, hit.u, hit.v);
   const Vec3 toViewer = -ray.direction;
 
   Surface s{p.blend(corners.a, corners.b, corners.c), {}, {}, {}, 0, &mesh, placement.material, p, {}};
-  const Vec3 front = geometricNormal(corners.normal(placement.mirrored), toViewer);
+  const Vec3 front = geometricNormal(placement.front(corners), toViewer);
   const float side = dot(front, toViewer) < 0 ? -1.0F : 1.0F;
   s.geometric = front * side;
   s.litFrom = s.position;
@@ -98,7 +70,7 @@ Surface surfaceAt(const PreparedScene::Data& data, const Ray& ray, const Hit& hi
     s.normal = facing(unitOr(p.blend(normals[0], normals[1], normals[2]), s.geometric), toViewer);
     s.litFrom = aboveSmoothSurface(s.position, corners, p, normals);
   }
-  const float size = std::max({largest(corners.a), largest(corners.b), largest(corners.c), hit.t});
+  const float size = std::max({largest(corners.a), largest(corners.b), largest(corners.c)});
   s.clearance = kPrecision * std::max(size, placement.magnitude);
   s.baseColor = baseColorAt(data.scene, mesh, *placement.material, p);
   if (placement.material->alphaMode != AlphaMode::Blend) s.baseColor.w = 1;

@@ -18,9 +18,8 @@ struct Surface {
   Vec4 baseColor;  ///< linear; w is the coverage: 1 unless the material blends
 };
 
-/// The first triangle along `ray` whose visible side faces it; single-sided ones are looked through from
-/// behind. Moves ray.tnear behind the hit, so that another call finds what lies beyond.
-bool nearestVisible(const PreparedScene::Data& data, Ray& ray, Hit& hit, RayLog* log);
+/// Where along its ray to go on behind a hit.
+float behind(const Hit& hit);
 
 /// The surface at a hit of `ray`.
 Surface surfaceAt(const PreparedScene::Data& data, const Ray& ray, const Hit& hit);

@@ -54,8 +54,14 @@ Handle checked(typename Handle::pointer raw) {
   return Handle(raw);
 }
 
-struct ShadowContext {
+struct NearestContext {
   RTCIntersectContext base;  // first: the library hands back a pointer to it
+  const std::vector<Placement>* placements = nullptr;
+  Vec3 direction;  // of the ray in the world; the library's own is carried into the instance's space
+};
+
+struct ShadowContext {
+  RTCIntersectContext base;  // first, too
   float transmittance = 1;
 };
 
@@ -76,6 +82,17 @@ void passBlendedLight(const RTCFilterFunctionNArguments* arguments) {
   auto& context = *reinterpret_cast<ShadowContext*>(arguments->context);
   context.transmittance *= 1 - alphaAt(arguments);
   if (context.transmittance > 0.01F) arguments->valid[0] = 0;
+}
+
+unsigned placementOf(const RTCHit& hit) {
+  return hit.instID[0] != RTC_INVALID_GEOMETRY_ID ? hit.instID[0] : hit.geomID;
+}
+
+void passBackFaces(const RTCFilterFunctionNArguments* arguments) {
+  const auto& context = *reinterpret_cast<const NearestContext*>(arguments->context);
+  const auto& hit = *reinterpret_cast<const RTCHit*>(arguments->hit);
+  const Placement& placement = (*context.placements)[placementOf(hit)];
+  if (placement.isBackFace(hit.primID, context.direction)) arguments->valid[0] = 0;
 }
 
 Geometry makeTriangles(const Mesh& mesh, const Mat4& toWorld, AlphaSource* alpha) {
@@ -101,7 +118,8 @@ Geometry makeTriangles(const Mesh& mesh, const Mat4& toWorld, AlphaSource* alpha
 
 Tree makeTree() {
   auto tree = checked<Tree>(rtcNewScene(device()));
-  rtcSetSceneFlags(tree.get(), RTC_SCENE_FLAG_ROBUST);
+  rtcSetSceneFlags(
+      tree.get(), static_cast<RTCSceneFlags>(RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION));
   return tree;
 }
 
@@ -123,22 +141,24 @@ bool isInvertible(const Mat4& t) {
   const Vec3 x = column(t, 0), y = column(t, 1), z = column(t, 2);
   const float lengths[] = {length(x), length(y), length(z)};
   for (const float l : lengths) {
-    if (!(l > 1e-6F && l < 1e6F)) return false;
+    if (!(l > 1e-9F && l < 1e9F)) return false;
   }
   const float volume = dot(cross(x, y), z) / lengths[0] / lengths[1] / lengths[2];
   return std::abs(volume) > 1e-5F && largest(column(t, 3)) < 1e12F;
 }
 
-/// Cofactors: the inverse transposed up to its length, defined for flattened transforms too.
+/// Cofactors, the largest of them 1: the inverse transposed up to its length, defined for flattened
+/// transforms too.
 Mat4 normalTransform(const Mat4& t, bool mirrored) {
   const Vec3 x = column(t, 0), y = column(t, 1), z = column(t, 2);
-  const float sign = mirrored ? -1.0F : 1.0F;
-  const Vec3 columns[] = {cross(y, z) * sign, cross(z, x) * sign, cross(x, y) * sign};
+  const Vec3 columns[] = {cross(y, z), cross(z, x), cross(x, y)};
+  const float size = std::max({largest(columns[0]), largest(columns[1]), largest(columns[2])});
+  const float scale = (mirrored ? -1.0F : 1.0F) / (size > 0 ? size : 1);
   Mat4 r;
   for (int c = 0; c < 3; ++c) {
-    r.m[4 * c] = columns[c].x;
-    r.m[4 * c + 1] = columns[c].y;
-    r.m[4 * c + 2] = columns[c].z;
+    r.m[4 * c] = columns[c].x * scale;
+    r.m[4 * c + 1] = columns[c].y * scale;
+    r.m[4 * c + 2] = columns[c].z * scale;
   }
   return r;
 }
@@ -218,20 +238,25 @@ std::optional<Bounds> PreparedScene::Data::bounds() const {
 
 bool PreparedScene::Data::nearest(const Ray& ray, Hit& hit, RayLog* log) const {
   if (!isTraceable(ray)) return false;
-  if (log) log->nearest.push_back(ray);
-  RTCIntersectContext context;
-  rtcInitIntersectContext(&context);
-  RTCRayHit query{libraryRay(ray), {}};
-  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-  query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-  rtcIntersect1(tree.get(), &context, &query);
-  const bool usable = query.hit.geomID != RTC_INVALID_GEOMETRY_ID && query.ray.tfar >= ray.tnear &&
-                      query.ray.tfar <= ray.tfar && std::isfinite(query.hit.u + query.hit.v);
-  if (!usable) return false;
-  const bool instanced = query.hit.instID[0] != RTC_INVALID_GEOMETRY_ID;
-  hit = {query.ray.tfar, query.hit.u, query.hit.v, instanced ? query.hit.instID[0] : query.hit.geomID,
-         query.hit.primID};
-  return true;
+  const auto trace = [&](RTCFilterFunctionN filter) {
+    if (log) log->nearest.push_back(ray);
+    NearestContext context{{}, &placements, ray.direction};
+    rtcInitIntersectContext(&context.base);
+    context.base.filter = filter;
+    RTCRayHit query{libraryRay(ray), {}};
+    query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+    query.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(tree.get(), &context.base, &query);
+    const bool usable = query.hit.geomID != RTC_INVALID_GEOMETRY_ID && query.ray.tfar >= ray.tnear &&
+                        query.ray.tfar <= ray.tfar && std::isfinite(query.hit.u + query.hit.v);
+    if (!usable) return false;
+    hit = {query.ray.tfar, query.hit.u, query.hit.v, placementOf(query.hit), query.hit.primID};
+    return true;
+  };
+  // Back faces seldom come first, so they are tested for inside the tree only when one did. (Going on from
+  // behind it would miss the front of a second triangle in the same place.)
+  if (!trace(nullptr)) return false;
+  return !placements[hit.placement].isBackFace(hit.triangle, ray.direction) || trace(passBackFaces);
 }
 
 float PreparedScene::Data::transmittance(const Ray& ray, RayLog* log) const {

@@ -25,6 +25,14 @@ struct Hit {
   uint32_t triangle = 0;   ///< index into the mesh's triangles
 };
 
+/// A triangle in the world.
+struct Triangle {
+  Vec3 a, b, c;
+
+  /// Of any length; counter-clockwise from where it points to.
+  Vec3 normal() const { return cross(b - a, c - a); }
+};
+
 /// One mesh in the world.
 struct Placement {
   const Mesh* mesh = nullptr;
@@ -33,9 +41,23 @@ struct Placement {
   Mat4 normalToWorld;     ///< its 3 x 3 part; results are not of unit length
   bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
   float magnitude = 0;    ///< of the numbers that tracing it loses precision to, metres
+
+  Triangle triangle(uint32_t index) const {
+    const uint32_t* corner = &mesh->indices[3 * static_cast<size_t>(index)];
+    const auto world = [&](uint32_t vertex) { return transformPoint(toWorld, mesh->positions[vertex]); };
+    return {world(corner[0]), world(corner[1]), world(corner[2])};
+  }
+
+  /// Towards the side from which a single-sided triangle is seen; any length.
+  Vec3 front(const Triangle& t) const { return mirrored ? -t.normal() : t.normal(); }
+
+  /// Whether a ray in `direction` meets the side of a triangle that is not there to be seen.
+  bool isBackFace(uint32_t index, Vec3 direction) const {
+    return !material->doubleSided && dot(front(triangle(index)), direction) >= 0;
+  }
 };
 
-/// What a traced ray is for; a log tells the two kinds apart.
+/// Every ray that was traced, in order.
 struct RayLog {
   std::vector<Ray> nearest;
   std::vector<Ray> shadow;
@@ -56,8 +78,9 @@ struct AlphaSource {
 struct PreparedScene::Data {
   explicit Data(const Scene& scene);
 
-  /// The nearest triangle along `ray` that is not cut away by its alpha mask, from whichever side. A ray that
-  /// is not finite, or starts farther out than the tree can tell places apart, meets nothing.
+  /// The nearest triangle along `ray` that is not cut away by its alpha mask; single-sided ones are looked
+  /// through from behind. A ray that is not finite, or starts farther out than the tree can tell places
+  /// apart, meets nothing.
   bool nearest(const Ray& ray, Hit& hit, RayLog* log) const;
 
   /// How much light passes along `ray`: 1 all, 0 none. Blended surfaces let a part through.

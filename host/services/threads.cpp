@@ -11,6 +11,8 @@ namespace {
 std::atomic<bool> g_interrupted{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set in a signal handler");
 
+std::atomic<int> g_running{0};
+
 constexpr size_t kLongestSystemName = 15;
 
 }  // namespace
@@ -23,18 +25,25 @@ std::recursive_mutex& globalLock() {
 bool interruptRequested() { return g_interrupted.load(std::memory_order_relaxed); }
 void setInterruptRequested(bool requested) { g_interrupted.store(requested, std::memory_order_relaxed); }
 
+int runningWorkers() { return g_running; }
+
 bool WorkerThread::start() {
   if (running_) return false;
   if (thread_.joinable()) thread_.join();
   stop_ = false;
   running_ = true;
+  ++g_running;
+  const auto ended = [this] {
+    running_ = false;
+    --g_running;
+  };
   try {
-    thread_ = std::thread([this] {
+    thread_ = std::thread([this, ended] {
       work_.main();
-      running_ = false;
+      ended();
     });
   } catch (const std::system_error&) {
-    running_ = false;
+    ended();
     return false;
   }
   id_ = thread_.get_id();

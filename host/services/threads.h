@@ -15,6 +15,9 @@ std::recursive_mutex& globalLock();
 bool interruptRequested();
 void setInterruptRequested(bool requested);
 
+/// How many worker threads run at this moment. Thread: any.
+int runningWorkers();
+
 /// A thread that a command starts. Made, started and ended on the main thread.
 class WorkerThread {
  public:

@@ -1,5 +1,6 @@
 // Documents, render settings, video posts, rendering.
 #include <chrono>
+#include <utility>
 
 #include "host/tables/areas.h"
 #include "host/tables/door.h"
@@ -86,7 +87,9 @@ int32_t RenderDocument(HostDocument* document, const HostContainer* settings, Ho
     return thread != nullptr ? thread->worker.testBreak() : interruptRequested();
   };
   const auto fail = [&](const std::string& reason) {
-    services().console.printError(document->document.file() + ": " + reason);
+    if (std::exchange(document->lastRenderFailure, reason) != reason) {
+      services().console.printError(document->document.file() + ": " + reason);
+    }
     return 1;
   };
   if (bitmap->bitmap.width() != request.width || bitmap->bitmap.height() != request.height) {

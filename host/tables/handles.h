@@ -106,6 +106,7 @@ struct HostDocument : host::Counted<host::HandleKind::Document> {
   explicit HostDocument(const std::string& file) : document(file), renderer(document) {}
   host::Document document;
   host::DocumentRenderer renderer;
+  std::string lastRenderFailure;  ///< so that a warm-up and its render do not say the same twice
 };
 
 struct HostBitmap : host::Counted<host::HandleKind::Bitmap> {

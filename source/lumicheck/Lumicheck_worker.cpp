@@ -94,35 +94,38 @@ bool WarmUp(const Document& document, HostThread* thread) {
   return true;
 }
 
+/// Pixels.
+struct Size {
+  int32_t width;
+  int32_t height;
+};
+
 /// Turns `reference` into the difference image row by row, so that memory does not grow with the height.
-/// False when a row could not be had.
-bool Subtract(const Bitmap& current, Bitmap& reference, double& diff) {
-  const int32_t width = current.GetWidth();
-  const int32_t height = current.GetHeight();
-  const int32_t rowBytes = 3 * width;
+/// Both have `size`. False when a row could not be had.
+bool Subtract(const Bitmap& current, Bitmap& reference, Size size, double& diff) {
+  const int32_t rowBytes = 3 * size.width;
   const HostArray<uint8_t> buffer(2 * static_cast<uint64_t>(rowBytes));
   if (!buffer) return false;
   uint8_t* currentRow = buffer.Get();
   uint8_t* referenceRow = currentRow + rowBytes;
   uint32_t sum = 0;
-  for (int32_t y = 0; y < height; ++y) {
+  for (int32_t y = 0; y < size.height; ++y) {
     if (!current.GetLine(y, currentRow) || !reference.GetLine(y, referenceRow)) return false;
     sum += SubtractRow(currentRow, referenceRow, rowBytes);
     if (!reference.SetLine(y, referenceRow)) return false;
   }
-  diff = MeanDifference(sum, width, height);
+  diff = MeanDifference(sum, size.width, size.height);
   return true;
 }
 
 /// The comparison of one scene. False ends the run; a difference image that cannot be saved does not.
-bool CompareWithReference(LumicheckScene& scene, const Bitmap& current, const String& number) {
+bool CompareWithReference(LumicheckScene& scene, const Bitmap& current, Size size, const String& number) {
   scene.status = kSceneError;
   Bitmap reference;
   if (!reference.InitFromFile(g_lumicheckReferenceDir->Join(number + ".tif"))) return false;
-  if (reference.GetWidth() != current.GetWidth() || reference.GetHeight() != current.GetHeight())
-    return false;
+  if (reference.GetWidth() != size.width || reference.GetHeight() != size.height) return false;
   scene.diff = 0;
-  if (!Subtract(current, reference, scene.diff)) return false;
+  if (!Subtract(current, reference, size, scene.diff)) return false;
   if (reference.SaveTiff(g_lumicheckResultDir->Join(number + "d.tif"))) scene.status = kSceneOk;
   return true;
 }
@@ -186,7 +189,8 @@ PreviewThread::Outcome PreviewThread::WorkOn(LumicheckScene& scene, const String
 
   const Container settings = ForcedSettings(document);
   Bitmap bitmap;
-  if (!bitmap.Init(settings.GetInt32(kWidth), settings.GetInt32(kHeight))) return Outcome::EndRun;
+  const Size size = {settings.GetInt32(kWidth), settings.GetInt32(kHeight)};
+  if (!bitmap.Init(size.width, size.height)) return Outcome::EndRun;
   if (compare && !StandsInReference(number)) return Outcome::EndRun;
 
   const int32_t flags = HOST_RENDER_EXTERNAL | (g_lumicheckUseHivecast != 0 ? HOST_RENDER_NETWORK : 0);
@@ -197,7 +201,7 @@ PreviewThread::Outcome PreviewThread::WorkOn(LumicheckScene& scene, const String
     scene.timeNew = WholeHundredths(end - start);
     if (!bitmap.SaveTiff(g_lumicheckResultDir->Join(number + ".tif"))) return Outcome::EndRun;
     scene.status = compare ? kSceneOk : kSceneCreated;
-    if (compare && !CompareWithReference(scene, bitmap, number)) return Outcome::EndRun;
+    if (compare && !CompareWithReference(scene, bitmap, size, number)) return Outcome::EndRun;
   }
   if (!TestBreak()) WriteLumicheckResult(*g_lumicheckResultFile);
   return Outcome::GoOn;

@@ -23,7 +23,8 @@ class TempFolder {
   ~TempFolder() {
     std::error_code ignored;
     for (const auto& entry : fs::recursive_directory_iterator(path_, ignored)) {
-      if (entry.is_directory() && !entry.is_symlink()) fs::permissions(entry, fs::perms::owner_all, fs::perm_options::add, ignored);
+      if (entry.is_directory() && !entry.is_symlink())
+        fs::permissions(entry, fs::perms::owner_all, fs::perm_options::add, ignored);
     }
     fs::remove_all(path_, ignored);
   }

@@ -32,15 +32,16 @@ class RecordingView : public host::ConsoleView {
 
 struct TestHostOptions {
   bool interactive = false;
-  bool toolsOn = true;                    ///< g_ostrakOutfitterTools
-  const HostTables* tables = nullptr;     ///< decorated ones; null: the host's own
-  std::filesystem::path preferences = {}; ///< empty: a folder of the test's own
+  bool toolsOn = true;                     ///< g_ostrakOutfitterTools
+  const HostTables* tables = nullptr;      ///< decorated ones; null: the host's own
+  std::filesystem::path preferences = {};  ///< empty: a folder of the test's own
 };
 
 class TestHost {
  public:
   explicit TestHost(const TestHostOptions& options = {})
-      : host_({VESTA_TEST_APP_DIR, (options.preferences.empty() ? folder_ / "prefs" : options.preferences).string(),
+      : host_({VESTA_TEST_APP_DIR,
+               (options.preferences.empty() ? folder_ / "prefs" : options.preferences).string(),
                options.interactive},
               view_),
         ownTables_(host::hostTables()) {

@@ -63,11 +63,11 @@ struct Watched<Result(Arguments...)> {
 };
 
 #include "vesta.framework/contract/tagged_words.h"
-#define HOST_AREA_BEGIN(Area, member)          \
-  const Host##Area##Table& watched##Area() {   \
-    using Table = Host##Area##Table;           \
+#define HOST_AREA_BEGIN(Area, member)                  \
+  const Host##Area##Table& watched##Area() {           \
+    using Table = Host##Area##Table;                   \
     static constexpr auto kArea = &HostTables::member; \
-    static constexpr Table kTable = {sizeof(Table),
+    static constexpr Table kTable = { sizeof(Table),
 #define HOST_SLOT(result, Name, arguments, failure) \
   &Watched<result arguments>::call<kArea, &Table::Name, failure, [] { return #Name; }>,
 #define HOST_AREA_END(Area, member) \

@@ -28,8 +28,11 @@ class Watch {
 
   /// From now on the call of that number, counted from 0 among those that can fail, answers its failure.
   void failAt(int call) { failAt_ = call; }
-  /// Only calls of that slot are counted for failAt.
-  void countOnly(std::string slot) { onlySlot_ = std::move(slot); }
+  /// Only calls of that slot are counted for failAt, from 0 again.
+  void countOnly(std::string slot) {
+    onlySlot_ = std::move(slot);
+    calls_ = 0;
+  }
   /// Called before each slot, with its name.
   void onCall(std::function<void(const std::string&)> hook) { hook_ = std::move(hook); }
 
