@@ -116,23 +116,52 @@ TEST_F(LumicheckRun, InteractiveRunsMakeTheSameAndShowHowTheyEnded) {
   EXPECT_NE(table(3).find("4         OK"), std::string::npos);
 }
 
+/// Does something once, in the progress dialog, when the second scene is announced.
+void atTheSecondScene(Watch& watch, std::function<void()> action) {
+  watch.onCall([&watch, action = std::move(action), done = false](const std::string& slot) mutable {
+    if (done || slot != "DialogSetString" || watch.callsBySlot().at("StatusSetBar") < 2) return;
+    done = true;
+    action();
+  });
+}
+
 TEST_F(LumicheckRun, CancelStopsAndTheNextRunIsWhole) {
   makeScenes();
+  for (const bool endFails : {false, true}) {
+    Watch watch(host::hostTables());
+    {
+      TestHost host({.interactive = true, .tables = &watch.tables()});
+      if (endFails) {
+        watch.countOnly("ThreadEnd");
+        watch.failAt(0);
+      }
+      bool cancelled = false;
+      atTheSecondScene(watch, [&] {
+        cancelled = true;
+        host.services().openDialogs.back()->press(false);
+      });
+      host.commandLine({"-lumicheck", scenes().string()});
+      EXPECT_TRUE(cancelled);
+      EXPECT_TRUE(host.view().boxes.empty()) << "a cancelled dialog hears nothing of the end";
+      host.commandLine({"-lumicheck", scenes().string()});
+      EXPECT_EQ(host.view().boxes, std::vector<std::string>{"Lumicheck successful!"});
+    }
+    EXPECT_EQ(watch.problems(), std::vector<std::string>{});
+    EXPECT_NE(table(endFails ? 4 : 2).find("4         CREATED"), std::string::npos);
+  }
+}
+
+TEST_F(LumicheckRun, ARunInsideARunIsRefused) {
+  makeScenes();
+  const fs::path other = folder_ / "other";
+  writeTinyScene(other / "x.vesta");
   Watch watch(host::hostTables());
   TestHost host({.interactive = true, .tables = &watch.tables()});
-  // Cancel is pressed in the progress dialog when the second scene is announced.
-  bool cancelled = false;
-  watch.onCall([&](const std::string& slot) {
-    if (slot != "DialogSetString" || watch.callsBySlot().at("StatusSetBar") < 2 || cancelled) return;
-    cancelled = true;
-    host.services().openDialogs.back()->press(false);
-  });
+  atTheSecondScene(watch, [&] { host.commandLine({"-lumicheck", other.string()}); });
   host.commandLine({"-lumicheck", scenes().string()});
-  EXPECT_TRUE(cancelled);
-  EXPECT_TRUE(host.view().boxes.empty()) << "a cancelled dialog hears nothing of the end";
-  host.commandLine({"-lumicheck", scenes().string()});
-  EXPECT_EQ(host.view().boxes, std::vector<std::string>{"Lumicheck successful!"});
-  EXPECT_NE(table(2).find("4         CREATED"), std::string::npos) << table(2);
+  EXPECT_TRUE(host.view().hasLine("Lumicheck: a run goes on already"));
+  EXPECT_FALSE(fs::exists(other / "_lumicheck_16.038_1"));
+  EXPECT_NE(table(1).find("4         CREATED"), std::string::npos);
 }
 
 TEST_F(LumicheckRun, ResumesAnInterruptedBuild) {

@@ -103,7 +103,9 @@ bool CreateResultDir(const FileName& scenePath, FileName& folder) {
   for (int32_t counter = 1; counter < INT32_MAX; ++counter) {
     folder = scenePath.Join(stem + String::FromInt(counter));
     if (FolderExists(folder) || FileExists(folder)) continue;
-    return CreateFolder(folder);
+    if (CreateFolder(folder)) return true;
+    // Another run may just have taken the name.
+    if (!FolderExists(folder)) return false;
   }
   return false;
 }
