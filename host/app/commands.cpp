@@ -85,9 +85,8 @@ int renderOne(HostServices& services, const std::string& scene, const std::strin
   Bitmap bitmap;
   try {
     Document document(file);
-    for (const std::string& phrase : document.sceneFile().unsupported) {
-      services.console.print(file + ": rendered without " + phrase);
-    }
+    const std::string unsupported = describeUnsupported(document.sceneFile());
+    if (!unsupported.empty()) services.console.print(file + ": " + unsupported);
     render(services, document, bitmap);
   } catch (const SceneError& error) {
     services.console.printError(file + ": " + error.what());

@@ -13,6 +13,15 @@ void setAll(Container& container, const std::vector<Setting>& settings) {
 
 }  // namespace
 
+std::string describeUnsupported(const SceneFile& sceneFile) {
+  std::string text;
+  for (const std::string& phrase : sceneFile.unsupported) {
+    text += text.empty() ? "rendered without " : "; ";
+    text += phrase;
+  }
+  return text;
+}
+
 Document::Document(std::string file) : file_(std::move(file)), sceneFile_(loadScene(file_)) {
   renderSettings_.set(render_setting::kRenderer, int32_t{0});
   renderSettings_.set(render_setting::kWidth, int32_t{800});

@@ -9,6 +9,9 @@
 
 namespace host {
 
+/// "rendered without" and what the file asks for in vain; empty when that is nothing.
+std::string describeUnsupported(const SceneFile& sceneFile);
+
 /// Render settings that the host itself reads; the others are kept for the tools.
 namespace render_setting {
 inline constexpr int32_t kRenderer = 5300;

@@ -15,12 +15,9 @@ double millisecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-void nameWhatIsLeftOut(const HostDocument& document) {
-  std::string phrases;
-  for (const std::string& phrase : document.document.sceneFile().unsupported) {
-    phrases += (phrases.empty() ? "" : "; ") + phrase;
-  }
-  if (!phrases.empty()) services().console.print(document.document.file() + ": rendered without " + phrases);
+void nameWhatIsLeftOut(const Document& document) {
+  const std::string unsupported = describeUnsupported(document.sceneFile());
+  if (!unsupported.empty()) services().console.print(document.file() + ": " + unsupported);
 }
 
 /// Network rendering comes later; until then the flag renders here.
@@ -36,7 +33,7 @@ HostDocument* LoadDocument(const HostFileName* name, int32_t) {
   try {
     auto document = std::make_unique<HostDocument>(name->path);
     services().runLog.loaded(name->path, millisecondsSince(start));
-    nameWhatIsLeftOut(*document);
+    nameWhatIsLeftOut(document->document);
     return document.release();
   } catch (const SceneError& error) {
     services().runLog.loaded(name->path, millisecondsSince(start));
