@@ -7,6 +7,12 @@
 namespace host {
 namespace {
 
+static_assert(static_cast<int32_t>(DialogMessage::CreateLayout) == HOST_DIALOG_CREATE_LAYOUT);
+static_assert(static_cast<int32_t>(DialogMessage::Command) == HOST_DIALOG_COMMAND);
+static_assert(static_cast<int32_t>(DialogMessage::AskClose) == HOST_DIALOG_ASK_CLOSE);
+static_assert(static_cast<int32_t>(DialogMessage::Cancel) == HOST_DIALOG_CANCEL);
+static_assert(static_cast<int32_t>(DialogMessage::Core) == HOST_DIALOG_CORE);
+
 Gadget* changeable(HostDialog* dialog, int32_t id) { return dialog->dialog.find(id); }
 
 /// Sends a message as the contract has it: a container with the message's number for its identifier.

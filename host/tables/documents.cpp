@@ -9,6 +9,15 @@
 namespace host {
 namespace {
 
+// The services speak of these numbers in words of their own.
+static_assert(render_setting::kRenderer == HOST_RENDER_SETTING_RENDERER);
+static_assert(render_setting::kWidth == HOST_RENDER_SETTING_WIDTH);
+static_assert(render_setting::kHeight == HOST_RENDER_SETTING_HEIGHT);
+static_assert(render_setting::kAntialiasing == HOST_RENDER_SETTING_ANTIALIASING);
+static_assert(kPhysicalRendererId == HOST_RENDERER_PHYSICAL);
+static_assert(static_cast<int32_t>(RendererId::Standard) == HOST_RENDERER_STANDARD);
+static_assert(static_cast<int32_t>(RendererId::Preview) == HOST_RENDERER_PREVIEW);
+
 using Clock = std::chrono::steady_clock;
 
 double millisecondsSince(Clock::time_point start) {

@@ -7,6 +7,11 @@
 namespace host {
 namespace {
 
+static_assert(static_cast<int32_t>(Encoding::Latin1Escaped) == HOST_ENCODING_LATIN1_ESCAPED);
+static_assert(static_cast<int32_t>(Encoding::Utf8) == HOST_ENCODING_UTF8);
+static_assert(static_cast<int32_t>(Encoding::Bytes) == HOST_ENCODING_BYTES);
+static_assert(static_cast<int32_t>(Encoding::AsciiEscaped) == HOST_ENCODING_ASCII_ESCAPED);
+
 /// Cuts a range to what is there. False when `start` lies outside.
 bool cutRange(size_t length, int32_t start, uint32_t& count) {
   if (start < 0 || static_cast<size_t>(start) > length) return false;
