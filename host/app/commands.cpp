@@ -1,9 +1,12 @@
 #include "host/app/commands.h"
 
+#include <filesystem>
+
 #include "host/app/exit_status.h"
 #include "host/render/document_renderer.h"
 #include "host/report/adopt.h"
 #include "host/services/bitmap.h"
+#include "host/services/files.h"
 #include "host/services/paths.h"
 #include "host/services/threads.h"
 
@@ -81,6 +84,11 @@ int renderOne(HostServices& services, const std::string& scene, const std::strin
     services.console.printError("'" + image + "': pictures are written as .tif or .png");
     return kExitUsage;
   }
+  std::error_code ignored;
+  if (std::filesystem::equivalent(scene, image, ignored)) {
+    services.console.printError("'" + image + "' is the scene itself");
+    return kExitUsage;
+  }
   const std::string file = normalPath(scene);
   Bitmap bitmap;
   try {
@@ -103,7 +111,7 @@ int renderOne(HostServices& services, const std::string& scene, const std::strin
     services.console.print("Created " + place);
     return kExitGood;
   } catch (const std::exception& error) {
-    services.console.printError(image + ": " + error.what());
+    services.console.printError(image + ": " + reasonOf(error));
     return kExitUsage;
   }
 }
@@ -117,7 +125,7 @@ int adopt(HostServices& services, const std::string& folder, const std::string& 
     services.console.print(plural(adoption.made, "new link") + ", " + plural(adoption.kept, "link") +
                            " kept, " + plural(adoption.refused.size(), "file") +
                            " refused: " + normalPath(links));
-    if (adoption.made + adoption.kept == 0) {
+    if (adoption.made + adoption.kept + adoption.refused.size() == 0) {
       services.console.printError("There is no glTF file below '" + folder + "'.");
       return kExitUsage;
     }

@@ -1,5 +1,8 @@
 #include "host/app/host_options.h"
 
+#include <pwd.h>
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "host/services/paths.h"
@@ -12,7 +15,10 @@ std::string defaultPreferencesFolder() {
     return joinPath(normalPath(config), "vesta");
   }
   const char* home = std::getenv("HOME");
-  return joinPath(normalPath(home != nullptr && home[0] != '\0' ? home : "."), ".config/vesta");
+  const passwd* user = home == nullptr || home[0] == '\0' ? getpwuid(getuid()) : nullptr;
+  if (user != nullptr) home = user->pw_dir;
+  if (home == nullptr || home[0] != '/') throw UsageError("no home folder is known: please give --prefs-dir");
+  return joinPath(normalPath(home), ".config/vesta");
 }
 
 }  // namespace

@@ -1,4 +1,7 @@
 // The command line of Vesta.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <csignal>
@@ -41,6 +44,14 @@ void onInterrupt(int) {
     return;
   }
   setInterruptRequested(true);
+}
+
+/// A file that is opened later must not become a standard stream that was closed.
+void openClosedStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0)
+      static_cast<void>(open("/dev/null", stream == STDIN_FILENO ? O_RDONLY : O_WRONLY));
+  }
 }
 
 void installSignals() {
@@ -109,12 +120,16 @@ void addJudgeOptions(CLI::App& app, JudgeOptions& judge, std::string& reference)
   app.add_flag("--verbose", judge.verbose, "list every scene that is wrong");
 }
 
+bool isHelp(const std::string& word) { return word == "-help" || word == "--help" || word == "-h"; }
+
 /// Reads check options behind -lumicheck. Throws CLI::ParseError for an option that nobody knows.
 JudgeOptions readJudgeOptions(std::vector<std::string> arguments) {
   JudgeOptions judge;
   std::string reference;
   CLI::App app;
+  app.set_help_flag();
   addJudgeOptions(app, judge, reference);
+  std::erase_if(arguments, isHelp);
   std::reverse(arguments.begin(), arguments.end());
   app.parse(std::move(arguments));
   if (!reference.empty()) judge.measure.reference = reference;
@@ -148,8 +163,10 @@ class Program {
       wrongConfiguration = true;
     }
     if (wrongConfiguration) return kExitUsage;
-    const int status = dispatch();
+    int status = dispatch();
     services().console.flush();
+    // What could not be listed may hold scenes that nobody tested.
+    if (services().runLog.foldersNotListed() > 0) status = graver(status, kExitWrong);
     if (interruptRequested()) return kExitStopped;
     return graver(status, statusOfMessages(services().console));
   }
@@ -158,11 +175,7 @@ class Program {
   HostServices& services() { return host_.services(); }
 
   int dispatch() {
-    const auto behind = behindLumicheck(invocation_.rest);
-    const bool runs =
-        std::find(invocation_.rest.begin(), invocation_.rest.end(), "-lumicheck") != invocation_.rest.end();
-    // A misspelt option must not come to light after the run.
-    if (runs) static_cast<void>(readJudgeOptions(behind));
+    refuseWordsAroundLumicheck();
     ModuleArguments arguments(invocation_.rest);
     const auto started = std::chrono::system_clock::now();
     host_.handleCommandLine(arguments.pointers());
@@ -171,6 +184,19 @@ class Program {
       return judgeRun(arguments, *lumicheck, started);
     if (arguments.consumed("-createdistribution")) return kExitGood;
     return parseCommands(arguments.left());
+  }
+
+  /// What makes no sense beside -lumicheck must not come to light after hours of rendering.
+  void refuseWordsAroundLumicheck() const {
+    const auto& words = invocation_.rest;
+    const auto lumicheck = std::find(words.begin(), words.end(), "-lumicheck");
+    if (lumicheck == words.end()) return;
+    for (auto word = words.begin(); word != lumicheck; ++word) {
+      if (!isHelp(*word) && *word != "-createdistribution") {
+        throw UsageError("'" + *word + "' cannot stand before -lumicheck");
+      }
+    }
+    static_cast<void>(readJudgeOptions(behindLumicheck(words)));
   }
 
   int judgeRun(const ModuleArguments& arguments, size_t lumicheck,
@@ -188,6 +214,7 @@ class Program {
     std::function<int()> action;
     describeCommands(app, action);
     std::replace(arguments.begin(), arguments.end(), std::string("-help"), std::string("--help"));
+    requireKnownWord(app, arguments);
     std::reverse(arguments.begin(), arguments.end());
     try {
       app.parse(std::move(arguments));
@@ -195,6 +222,16 @@ class Program {
       return app.exit(error) == 0 ? kExitGood : kExitUsage;
     }
     return action();
+  }
+
+  static void requireKnownWord(const CLI::App& app, const std::vector<std::string>& arguments) {
+    if (arguments.empty()) throw UsageError("nothing to do; 'vesta -help' says what there is");
+    const std::string& word = arguments.front();
+    const auto commands = app.get_subcommands([](const CLI::App*) { return true; });
+    const bool known = std::any_of(commands.begin(), commands.end(),
+                                   [&](const CLI::App* command) { return command->get_name() == word; });
+    if (!known && !isHelp(word))
+      throw UsageError("there is no '" + word + "'; 'vesta -help' says what there is");
   }
 
   void describeCommands(CLI::App& app, std::function<int()>& action) {
@@ -285,6 +322,7 @@ int runProgram(const std::vector<std::string>& arguments) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  openClosedStreams();
   installSignals();
   try {
     return runProgram({argv + std::min(argc, 1), argv + argc});

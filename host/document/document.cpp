@@ -22,12 +22,28 @@ std::string describeUnsupported(const SceneFile& sceneFile) {
   return text;
 }
 
+namespace {
+
+/// A tool takes the settings' word for the size of its bitmap.
+void requirePossibleSize(const Container& settings) {
+  const int64_t width = settings.getInt32(render_setting::kWidth);
+  const int64_t height = settings.getInt32(render_setting::kHeight);
+  const bool possible = width > 0 && height > 0 && width <= kMaxImageSide && height <= kMaxImageSide &&
+                        width * height <= kMaxImagePixels;
+  if (possible) return;
+  throw SceneError("the render settings ask for a picture of " + std::to_string(width) + " x " +
+                   std::to_string(height) + " pixels");
+}
+
+}  // namespace
+
 Document::Document(std::string file) : file_(std::move(file)), sceneFile_(loadScene(file_)) {
   renderSettings_.set(render_setting::kRenderer, int32_t{0});
   renderSettings_.set(render_setting::kWidth, int32_t{800});
   renderSettings_.set(render_setting::kHeight, int32_t{600});
   renderSettings_.set(render_setting::kAntialiasing, true);
   setAll(renderSettings_, sceneFile_.document.renderSettings);
+  requirePossibleSize(renderSettings_);
   for (const VideoPostRecord& record : sceneFile_.document.videoPosts) {
     setAll(appendVideoPost(record.type, record.bits).parameters, record.settings);
   }

@@ -14,6 +14,14 @@ HeadlessHost::HeadlessHost(HostOptions options, ConsoleView& view)
 }
 
 HeadlessHost::~HeadlessHost() {
+  // Nothing of a module may run or be told anything once it is detached.
+  for (WorkerThread* thread : services_.threads) thread->end(true);
+  while (!services_.openDialogs.empty()) {
+    Dialog* dialog = services_.openDialogs.back();
+    services_.openDialogs.pop_back();
+    dialog->close(false);
+    dialog->finish();
+  }
   services_.commands.clear();
   while (!modules_.empty()) modules_.pop_back();
   services_.console.flush();

@@ -72,7 +72,6 @@ void TerminalView::statusBar(int percent) {
   if (percent_ < 0) start_ = Clock::now();
   percentDone_ = std::max(percent_, 0);
   percent_ = percent;
-  draw();
 }
 
 void TerminalView::statusText(const std::string& text) {

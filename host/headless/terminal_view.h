@@ -18,6 +18,7 @@ class TerminalView : public ConsoleView {
   void line(const std::string& text) override;
   void errorLine(const std::string& text) override;
   void messageBox(const std::string& text, int times) override;
+  /// Shown with the text that follows.
   void statusBar(int percent) override;
   void statusText(const std::string& text) override;
   void statusClear() override;

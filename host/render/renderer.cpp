@@ -31,7 +31,11 @@ class TileRun {
     const int threads = request_.threads > 0 ? std::min(request_.threads, kMaxThreads) : processors;
     std::vector<std::future<void>> others;
     for (int i = 1; i < std::min(threads, across_ * down_); ++i) {
-      others.push_back(std::async(std::launch::async, [this] { renderTiles(); }));
+      try {
+        others.push_back(std::async(std::launch::async, [this] { renderTiles(); }));
+      } catch (const std::system_error&) {
+        break;  // the system has no thread left: those that run share the tiles
+      }
     }
     renderTiles();
     for (std::future<void>& other : others) other.get();

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdlib>
-#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "host/services/files.h"
+#include "host/services/json.h"
 
 namespace host {
 namespace {
@@ -22,7 +22,9 @@ std::optional<bool> truthOf(const std::string& text) {
 }
 
 std::string textOfJson(const nlohmann::json& value) {
-  return value.is_string() ? value.get<std::string>() : value.dump();
+  return value.is_string()      ? value.get<std::string>()
+         : value.is_primitive() ? value.dump()
+                                : std::string("a list");
 }
 
 }  // namespace
@@ -32,7 +34,7 @@ void Configuration::readFile(const std::filesystem::path& file,
   std::error_code error;
   if (!std::filesystem::exists(file, error)) return;
   try {
-    const auto json = nlohmann::json::parse(readWholeFile(file));
+    const auto json = parseJsonText(readWholeFile(file));
     if (!json.is_object()) throw std::runtime_error("not an object of names and values");
     for (const auto& [name, value] : json.items()) fromFiles_[name] = {textOfJson(value), file.string()};
   } catch (const std::exception& problem) {

@@ -1,5 +1,7 @@
 #include "host/services/console.h"
 
+#include <map>
+
 namespace host {
 
 constexpr char kStatusLineMark = 1;
@@ -15,10 +17,36 @@ void Console::send(Event event) {
 }
 
 void Console::flush() {
-  while (const auto event = queue_.takeOutput()) show(*event);
+  std::vector<Event> waiting;
+  while (auto event = queue_.takeOutput()) waiting.push_back(std::move(*event));
+  showAll(waiting);
 }
 
 void Console::show(const Event& event) {
+  std::vector<Event> waiting = {event};
+  // A failure that repeats with every scene must not cost the user a box a scene.
+  if (event.kind == Event::Kind::MessageBox) {
+    while (auto other = queue_.takeOutput()) waiting.push_back(std::move(*other));
+  }
+  showAll(waiting);
+}
+
+void Console::showAll(const std::vector<Event>& events) {
+  std::map<std::string, int> boxes;
+  for (const Event& event : events) {
+    if (event.kind == Event::Kind::MessageBox) ++boxes[event.text];
+  }
+  for (const Event& event : events) {
+    if (event.kind != Event::Kind::MessageBox) {
+      showOne(event);
+    } else if (const auto box = boxes.extract(event.text)) {
+      boxes_.push_back(event.text);
+      view_.messageBox(event.text, box.mapped());
+    }
+  }
+}
+
+void Console::showOne(const Event& event) {
   switch (event.kind) {
     case Event::Kind::ConsoleLine:
       if (!event.text.empty() && event.text[0] == kStatusLineMark) {
@@ -31,9 +59,6 @@ void Console::show(const Event& event) {
     case Event::Kind::ErrorLine:
       view_.errorLine(event.text);
       break;
-    case Event::Kind::MessageBox:
-      showBox(event);
-      break;
     case Event::Kind::StatusBar:
       view_.statusBar(event.number);
       break;
@@ -43,25 +68,10 @@ void Console::show(const Event& event) {
     case Event::Kind::StatusClear:
       view_.statusClear();
       break;
+    case Event::Kind::MessageBox:
     case Event::Kind::CoreMessage:
       break;
   }
-}
-
-void Console::showBox(const Event& event) {
-  int times = 1;
-  // A failure that repeats with every scene must not cost the user a box a scene.
-  std::vector<Event> others;
-  while (auto waiting = queue_.takeOutput()) {
-    if (waiting->kind == Event::Kind::MessageBox && waiting->text == event.text) {
-      ++times;
-    } else {
-      others.push_back(std::move(*waiting));
-    }
-  }
-  boxes_.push_back(event.text);
-  view_.messageBox(event.text, times);
-  for (const Event& other : others) show(other);
 }
 
 }  // namespace host

@@ -39,7 +39,7 @@ class Console {
 
   /// Shows everything that waits. Main thread.
   void flush();
-  /// Shows one event that came out of the queue. Main thread.
+  /// Shows one event that came out of the queue; a box together with what waits. Main thread.
   void show(const Event& event);
 
   /// Every box that was shown. Main thread.
@@ -49,7 +49,9 @@ class Console {
 
  private:
   void send(Event event);
-  void showBox(const Event& event);
+  /// In their order, equal boxes once.
+  void showAll(const std::vector<Event>& events);
+  void showOne(const Event& event);
 
   EventQueue& queue_;
   ConsoleView& view_;

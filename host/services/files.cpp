@@ -21,9 +21,11 @@ namespace {
   throw std::system_error(errno, std::generic_category(), name);
 }
 
+/// In the same folder, and short: a name that fits there leaves no room for an addition.
 std::string temporaryName(const std::string& place) {
   static std::atomic<unsigned> count{0};
-  return place + "." + std::to_string(getpid()) + "-" + std::to_string(count++) + ".part";
+  const std::string leaf = ".vesta-" + std::to_string(getpid()) + "-" + std::to_string(count++) + ".part";
+  return (fs::path(place).parent_path() / leaf).string();
 }
 
 bool writeAll(int descriptor, const void* buffer, int64_t count) {
@@ -97,9 +99,14 @@ void FileStream::abandon() {
 
 bool FileStream::openForReading(const std::string& name) {
   abandon();
-  if (!fileExists(name)) return false;
-  descriptor_ = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  return descriptor_ >= 0;
+  // Without O_NONBLOCK a pipe of that name would keep the program waiting for a writer.
+  descriptor_ = ::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor_ < 0) return false;
+  struct stat status {};
+  if (fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode)) return true;
+  abandon();
+  errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+  return false;
 }
 
 bool FileStream::openForWriting(const std::string& name) {
@@ -154,11 +161,9 @@ int64_t FileStream::length() const {
   return descriptor_ >= 0 && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
 }
 
-bool listFolder(const std::string& folder, std::vector<ListedEntry>& entries) {
-  entries.clear();
-  std::error_code error;
-  fs::directory_iterator walk(folder, error);
-  if (error || folder.empty()) return false;
+std::vector<ListedEntry> listFolder(const std::string& folder) {
+  std::vector<ListedEntry> entries;
+  fs::directory_iterator walk(folder);
   while (walk != fs::directory_iterator()) {
     std::error_code ignored;
     const bool isFolder = walk->is_directory(ignored);
@@ -166,20 +171,21 @@ bool listFolder(const std::string& folder, std::vector<ListedEntry>& entries) {
     if (!isFolder || !isLink || !leadsAround(folder, walk->path())) {
       entries.push_back({walk->path().filename().string(), isFolder});
     }
-    walk.increment(error);
-    if (error) return false;
+    ++walk;
   }
   std::sort(entries.begin(), entries.end(),
             [](const ListedEntry& a, const ListedEntry& b) { return a.name < b.name; });
-  return true;
+  return entries;
+}
+
+std::string reasonOf(const std::exception& error) {
+  const auto* system = dynamic_cast<const std::system_error*>(&error);
+  return system != nullptr ? system->code().message() : error.what();
 }
 
 std::string readWholeFile(const fs::path& file) {
   FileStream stream;
-  if (!stream.openForReading(file.string())) {
-    if (errno == 0) errno = ENOENT;
-    throwErrno(file.string());
-  }
+  if (!stream.openForReading(file.string())) throwErrno(file.string());
   std::string bytes(static_cast<size_t>(std::max<int64_t>(stream.length(), 0)), '\0');
   const int64_t count = stream.read(bytes.data(), static_cast<int64_t>(bytes.size()));
   if (count < 0) throwErrno(file.string());

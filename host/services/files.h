@@ -61,8 +61,11 @@ struct ListedEntry {
 };
 
 /// The entries of a folder sorted by the bytes of their names. A link to a folder that would lead the walk
-/// around in a circle is left out. False when the folder cannot be listed.
-bool listFolder(const std::string& folder, std::vector<ListedEntry>& entries);
+/// around in a circle is left out. Throws std::system_error when the folder cannot be listed.
+std::vector<ListedEntry> listFolder(const std::string& folder);
+
+/// What went wrong, without the name of the file that system errors carry.
+std::string reasonOf(const std::exception& error);
 
 /// The bytes of a small file. Throws std::system_error.
 std::string readWholeFile(const std::filesystem::path& file);

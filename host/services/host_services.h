@@ -13,6 +13,7 @@
 #include "host/services/image.h"
 #include "host/services/run_log.h"
 #include "host/services/settings_store.h"
+#include "host/services/threads.h"
 
 namespace host {
 
@@ -51,7 +52,8 @@ struct HostServices {
   Configuration configuration;
   CommandRegistry commands;
   RunLog runLog;
-  std::vector<Dialog*> openDialogs;  ///< they receive core messages; the last one is on top
+  std::vector<WorkerThread*> threads;  ///< that modules hold
+  std::vector<Dialog*> openDialogs;    ///< they receive core messages; the last one is on top
 
   std::string tiffCompressionName = "lzw";
   int32_t renderThreads = 0;

@@ -15,7 +15,12 @@ void RunLog::openedForWriting(const std::string& name) {
 
 void RunLog::loaded(const std::string& scene, double milliseconds) {
   const std::lock_guard lock(mutex_);
-  costs_.push_back({scene, milliseconds, 0, 0});
+  costs_.push_back({scene, milliseconds, 0, 0, {}});
+}
+
+void RunLog::renderBegins() {
+  const std::lock_guard lock(mutex_);
+  if (!costs_.empty()) costs_.back().renderMs = 0;
 }
 
 void RunLog::rendered(double milliseconds) {
@@ -26,6 +31,21 @@ void RunLog::rendered(double milliseconds) {
 void RunLog::saved(double milliseconds) {
   const std::lock_guard lock(mutex_);
   if (!costs_.empty()) costs_.back().saveMs += milliseconds;
+}
+
+void RunLog::failed(const std::string& reason) {
+  const std::lock_guard lock(mutex_);
+  if (!costs_.empty()) costs_.back().failure = reason;
+}
+
+void RunLog::folderNotListed() {
+  const std::lock_guard lock(mutex_);
+  ++foldersNotListed_;
+}
+
+int RunLog::foldersNotListed() const {
+  const std::lock_guard lock(mutex_);
+  return foldersNotListed_;
 }
 
 std::string RunLog::resultFolder() const {

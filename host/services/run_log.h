@@ -13,6 +13,7 @@ struct SceneCost {
   double loadMs = 0;
   double renderMs = 0;  ///< of the last render: the one before it warms up
   double saveMs = 0;
+  std::string failure;  ///< why it could not be loaded, rendered or saved; empty: it could
 };
 
 /// Thread: any.
@@ -21,17 +22,25 @@ class RunLog {
   /// Takes note of files opened for writing; one of the name "_result.txt" is the table of the run.
   void openedForWriting(const std::string& name);
   void loaded(const std::string& scene, double milliseconds);
+  /// A render begins: what was said of the one before is forgotten.
+  void renderBegins();
   void rendered(double milliseconds);
   void saved(double milliseconds);
+  /// Why the scene that was loaded last could not be loaded, rendered or saved.
+  void failed(const std::string& reason);
+  /// A folder that may hold scenes could not be listed.
+  void folderNotListed();
 
   /// The folder of the last table; empty when none was written.
   std::string resultFolder() const;
   std::vector<SceneCost> costs() const;
+  int foldersNotListed() const;
 
  private:
   mutable std::mutex mutex_;
   std::string resultFolder_;
   std::vector<SceneCost> costs_;
+  int foldersNotListed_ = 0;
 };
 
 }  // namespace host

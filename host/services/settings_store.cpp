@@ -5,9 +5,9 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
 
 #include "host/services/files.h"
+#include "host/services/json.h"
 #include "host/services/paths.h"
 #include "host/services/text.h"
 
@@ -93,9 +93,17 @@ class FileLock {
 /// What the file says; an empty object when there is none. Throws when it is damaged.
 Json readStore(const std::string& file) {
   if (!fileExists(file)) return Json::object();
-  Json json = Json::parse(readWholeFile(file));
+  Json json = parseJsonText(readWholeFile(file));
   if (!json.is_object()) throw std::runtime_error("not an object");
   return json;
+}
+
+/// Renames a damaged file to the first free name of its kind; answers that name.
+std::string keepAside(const std::string& file) {
+  std::string name = file + ".damaged";
+  for (int i = 2; std::filesystem::exists(name); ++i) name = file + ".damaged" + std::to_string(i);
+  std::filesystem::rename(file, name);
+  return name;
 }
 
 }  // namespace
@@ -106,6 +114,7 @@ SettingsStore::SettingsStore(std::string preferencesFolder, std::function<void(c
       warn_(std::move(warn)) {}
 
 std::optional<Container> SettingsStore::load(int32_t pluginId) const {
+  if (const auto unsaved = unsaved_.find(pluginId); unsaved != unsaved_.end()) return unsaved->second;
   try {
     const Json json = readStore(file_);
     const auto found = json.find(std::to_string(pluginId));
@@ -125,13 +134,14 @@ bool SettingsStore::store(int32_t pluginId, const Container& settings) {
     try {
       json = readStore(file_);
     } catch (const std::exception&) {
-      std::filesystem::rename(file_, file_ + ".damaged");
-      warn_("the settings file was damaged and is kept as '" + file_ + ".damaged'");
+      warn_("the settings file was damaged and is kept as '" + keepAside(file_) + "'");
     }
     json[std::to_string(pluginId)] = toJson(settings);
     writeWholeFile(file_, json.dump(2) + "\n");
+    unsaved_.erase(pluginId);
     return true;
   } catch (const std::exception& error) {
+    unsaved_.insert_or_assign(pluginId, settings);
     warn_("the settings cannot be saved to '" + file_ + "': " + error.what());
     return false;
   }

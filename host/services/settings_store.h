@@ -2,6 +2,7 @@
 // Settings that survive: one JSON file in the preferences folder, a container a plug-in.
 
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -18,13 +19,14 @@ class SettingsStore {
 
   /// A copy of what is stored under a plug-in's identifier.
   std::optional<Container> load(int32_t pluginId) const;
-  /// False when the file cannot be written.
+  /// False when the file cannot be written; the settings then hold until the program ends.
   bool store(int32_t pluginId, const Container& settings);
 
  private:
   std::string folder_;
   std::string file_;
   std::function<void(const std::string&)> warn_;
+  std::map<int32_t, Container> unsaved_;
 };
 
 }  // namespace host

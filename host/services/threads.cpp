@@ -17,8 +17,20 @@ constexpr size_t kLongestSystemName = 15;
 
 }  // namespace
 
-std::recursive_mutex& globalLock() {
-  static std::recursive_mutex lock;
+void GlobalLock::lock() {
+  mutex_.lock();
+  owner_ = std::this_thread::get_id();
+  ++depth_;
+}
+
+void GlobalLock::unlock() {
+  if (owner_ != std::this_thread::get_id()) return;
+  if (--depth_ == 0) owner_ = std::thread::id();
+  mutex_.unlock();
+}
+
+GlobalLock& globalLock() {
+  static GlobalLock lock;
   return lock;
 }
 

@@ -8,8 +8,19 @@
 
 namespace host {
 
-/// The one lock of the host. A thread that holds it may take it again.
-std::recursive_mutex& globalLock();
+/// The one lock of the host. A thread that holds it may take it again; giving back what one does not hold
+/// does nothing.
+class GlobalLock {
+ public:
+  void lock();
+  void unlock();
+
+ private:
+  std::recursive_mutex mutex_;
+  std::atomic<std::thread::id> owner_{};
+  int depth_ = 0;  ///< of the owner
+};
+GlobalLock& globalLock();
 
 /// Whether the user has asked the whole host to stop (Ctrl-C). Thread: any, also in a signal handler.
 bool interruptRequested();

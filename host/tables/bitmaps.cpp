@@ -11,7 +11,7 @@ namespace {
 
 size_t rowBytes(const HostBitmap* bitmap) { return static_cast<size_t>(bitmap->bitmap.width()) * 3; }
 
-HostBool failFor(const HostFileName* name, const char* reason) {
+HostBool failFor(const HostFileName* name, const std::string& reason) {
   services().console.printError(name->path + ": " + reason);
   return 0;
 }
@@ -21,7 +21,10 @@ HostBitmap* BitmapAlloc() { return new HostBitmap; }
 void BitmapFree(HostBitmap* bitmap) { delete bitmap; }
 
 HostBool BitmapInit(HostBitmap* bitmap, int32_t width, int32_t height, int32_t depth) {
-  return bitmap->bitmap.init(width, height, depth) ? 1 : 0;
+  if (bitmap->bitmap.init(width, height, depth)) return 1;
+  services().console.printError("there is no bitmap of " + std::to_string(width) + " x " +
+                                std::to_string(height) + " pixels");
+  return 0;
 }
 
 HostBool BitmapInitFromFile(HostBitmap* bitmap, const HostFileName* name) {
@@ -29,6 +32,7 @@ HostBool BitmapInitFromFile(HostBitmap* bitmap, const HostFileName* name) {
     bitmap->bitmap.read(name->path);
     return 1;
   } catch (const ImageError& error) {
+    services().runLog.failed(name->path + ": " + error.what());
     return failFor(name, error.what());
   }
 }
@@ -58,7 +62,8 @@ HostBool BitmapSave(const HostBitmap* bitmap, const HostFileName* name, int32_t 
   try {
     bitmap->bitmap.saveTiff(name->path, services().tiffCompression());
   } catch (const std::exception& error) {
-    return failFor(name, error.what());
+    services().runLog.failed(name->path + ": " + reasonOf(error));
+    return failFor(name, reasonOf(error));
   }
   const std::chrono::duration<double, std::milli> spent = std::chrono::steady_clock::now() - start;
   services().runLog.saved(spent.count());

@@ -46,6 +46,7 @@ HostDocument* LoadDocument(const HostFileName* name, int32_t) {
     return document.release();
   } catch (const SceneError& error) {
     services().runLog.loaded(name->path, millisecondsSince(start));
+    services().runLog.failed(error.what());
     services().console.printError(name->path + ": " + error.what());
     return nullptr;
   }
@@ -85,6 +86,7 @@ HostContainer* VideoPostGetContainer(HostVideoPost* post) { return handleOf(&beh
 int32_t RenderDocument(HostDocument* document, const HostContainer* settings, HostBitmap* bitmap,
                        int32_t flags, HostThread* thread) {
   nameLocalRendering(flags);
+  services().runLog.renderBegins();
   RenderRequest request;
   request.width = behind(settings).getInt32(render_setting::kWidth);
   request.height = behind(settings).getInt32(render_setting::kHeight);
@@ -93,6 +95,7 @@ int32_t RenderDocument(HostDocument* document, const HostContainer* settings, Ho
     return thread != nullptr ? thread->worker.testBreak() : interruptRequested();
   };
   const auto fail = [&](const std::string& reason) {
+    services().runLog.failed(reason);
     if (std::exchange(document->lastRenderFailure, reason) != reason) {
       services().console.printError(document->document.file() + ": " + reason);
     }

@@ -1,4 +1,6 @@
 // Files and directory listings.
+#include <system_error>
+
 #include "host/tables/areas.h"
 #include "host/tables/door.h"
 #include "host/tables/handles.h"
@@ -41,7 +43,15 @@ void BrowseFree(HostBrowse* browse) { delete browse; }
 
 HostBool BrowseInit(HostBrowse* browse, const HostFileName* folder, int32_t) {
   browse->next = 0;
-  return listFolder(folder->path, browse->entries) ? 1 : 0;
+  browse->entries.clear();
+  try {
+    browse->entries = listFolder(folder->path);
+    return 1;
+  } catch (const std::system_error& error) {
+    services().runLog.folderNotListed();
+    services().console.printError(folder->path + ": the folder cannot be listed: " + reasonOf(error));
+    return 0;
+  }
 }
 
 HostBool BrowseNext(HostBrowse* browse) {

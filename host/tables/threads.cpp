@@ -12,13 +12,17 @@ void forgetMessages(const HostThread* thread) {
 }
 
 HostThread* ThreadCreate(const HostThreadCallbacks* callbacks, void* self) {
-  return new HostThread({[=] { callbacks->Main(self); }, [=] { return callbacks->TestBreak(self) != 0; },
-                         [=] { return callbacks->GetThreadName(self); }});
+  auto* thread =
+      new HostThread({[=] { callbacks->Main(self); }, [=] { return callbacks->TestBreak(self) != 0; },
+                      [=] { return callbacks->GetThreadName(self); }});
+  services().threads.push_back(&thread->worker);
+  return thread;
 }
 
 void ThreadFree(HostThread* thread) {
   thread->worker.end(true);
   forgetMessages(thread);
+  std::erase(services().threads, &thread->worker);
   delete thread;
 }
 
