@@ -4,7 +4,8 @@
  *     cc -std=c11 -I frameworks examples/minimal_host.c -ldl -o minimal_host
  *     ./minimal_host build/vesta/modules/outfitter/outfitter.so
  *
- * Strings are plain bytes here, one character each, which is enough for names. A real host holds 16-bit codes.
+ * Strings are plain bytes here, one character each, which is enough for names. A real host holds 16-bit
+ * codes.
  */
 #include <dlfcn.h>
 #include <stdio.h>

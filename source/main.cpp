@@ -99,6 +99,7 @@ bool LoadResources(HostMessageResources& message) {
 }  // namespace
 
 void HandleCommandLine(HostCommandLine& line) {
+  if (line.arguments == nullptr) return;
   CommandLineReader reader(line);
   reader.Read();
   if (!reader.scenePath().IsEmpty()) {

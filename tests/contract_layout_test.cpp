@@ -73,7 +73,7 @@ static_assert(sizeof(HostThreadCallbacks) == 32);
 static_assert(sizeof(HostUserAreaCallbacks) == 88);
 static_assert(sizeof(HostScriptLibrary) == 24);
 static_assert(sizeof(HostConfigurationEntry) == 40);
-static_assert(sizeof(HostContainerValue) == 24);
+static_assert(sizeof(HostContainerValue) == 40);
 static_assert(sizeof(HostCommandLine) == 16);
 static_assert(sizeof(HostMessageVersion) == 4 && sizeof(HostMessageResources) == 8);
 

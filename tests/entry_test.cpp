@@ -37,6 +37,8 @@ TEST(Entry, RefusesHostsItCannotWorkWithAndKeepsNothingOfThem) {
   EXPECT_EQ(attach([](HostTables& t) { t.strings = nullptr; }), -3);
   EXPECT_EQ(attach([](HostTables& t) { t.registration = nullptr; }), -3);
   EXPECT_EQ(attach([](HostTables& t) { t.size = 8; }), -3);
+  EXPECT_EQ(attach([](HostTables& t) { t.size = offsetof(HostTables, strings) + 4; }), -3)
+      << "half a pointer";
   EXPECT_EQ(entry(HOST_MODULE_START, 0, nullptr, nullptr), -1) << "a refused host is not talked to";
   EXPECT_EQ(entry(HOST_MODULE_DETACH, 0, nullptr, nullptr), 1) << "a detach without an attach";
 
@@ -72,7 +74,7 @@ TEST(Entry, WorksWithAHostThatOffersLess) {
   const HostModuleEntry entry = moduleEntry();
   BareHost bare;
   HostStringsTable shortStrings = *bare.tables.strings;
-  shortStrings.size = offsetof(HostStringsTable, StringFromReal);
+  shortStrings.size = offsetof(HostStringsTable, StringFromReal) + 4;  // half a slot is none
   HostTables tables = bare.tables;
   tables.strings = &shortStrings;
   tables.documents = nullptr;
@@ -167,6 +169,8 @@ TEST(CommandLine, SurvivesNullArguments) {
   host.host().handleCommandLine(arguments);
   EXPECT_TRUE(host.view().hasLine("Lumicheck Options:"));
   EXPECT_STREQ(arguments[4], "-help");
+  HostCommandLine none{2, nullptr};
+  EXPECT_EQ(moduleEntry()(HOST_MODULE_MESSAGE, HOST_MESSAGE_COMMAND_LINE, &none, nullptr), -1);
 }
 
 TEST(CommandLine, BuildsTheDistributionWithoutAScriptLibrary) {

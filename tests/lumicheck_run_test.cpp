@@ -116,23 +116,52 @@ TEST_F(LumicheckRun, InteractiveRunsMakeTheSameAndShowHowTheyEnded) {
   EXPECT_NE(table(3).find("4         OK"), std::string::npos);
 }
 
+/// Does something once, in the progress dialog, when the second scene is announced.
+void atTheSecondScene(Watch& watch, std::function<void()> action) {
+  watch.onCall([&watch, action = std::move(action), done = false](const std::string& slot) mutable {
+    if (done || slot != "DialogSetString" || watch.callsBySlot().at("StatusSetBar") < 2) return;
+    done = true;
+    action();
+  });
+}
+
 TEST_F(LumicheckRun, CancelStopsAndTheNextRunIsWhole) {
   makeScenes();
+  for (const bool endFails : {false, true}) {
+    Watch watch(host::hostTables());
+    {
+      TestHost host({.interactive = true, .tables = &watch.tables()});
+      if (endFails) {
+        watch.countOnly("ThreadEnd");
+        watch.failAt(0);
+      }
+      bool cancelled = false;
+      atTheSecondScene(watch, [&] {
+        cancelled = true;
+        host.services().openDialogs.back()->press(false);
+      });
+      host.commandLine({"-lumicheck", scenes().string()});
+      EXPECT_TRUE(cancelled);
+      EXPECT_TRUE(host.view().boxes.empty()) << "a cancelled dialog hears nothing of the end";
+      host.commandLine({"-lumicheck", scenes().string()});
+      EXPECT_EQ(host.view().boxes, std::vector<std::string>{"Lumicheck successful!"});
+    }
+    EXPECT_EQ(watch.problems(), std::vector<std::string>{});
+    EXPECT_NE(table(endFails ? 4 : 2).find("4         CREATED"), std::string::npos);
+  }
+}
+
+TEST_F(LumicheckRun, ARunInsideARunIsRefused) {
+  makeScenes();
+  const fs::path other = folder_ / "other";
+  writeTinyScene(other / "x.vesta");
   Watch watch(host::hostTables());
   TestHost host({.interactive = true, .tables = &watch.tables()});
-  // Cancel is pressed in the progress dialog when the second scene is announced.
-  bool cancelled = false;
-  watch.onCall([&](const std::string& slot) {
-    if (slot != "DialogSetString" || watch.callsBySlot().at("StatusSetBar") < 2 || cancelled) return;
-    cancelled = true;
-    host.services().openDialogs.back()->press(false);
-  });
+  atTheSecondScene(watch, [&] { host.commandLine({"-lumicheck", other.string()}); });
   host.commandLine({"-lumicheck", scenes().string()});
-  EXPECT_TRUE(cancelled);
-  EXPECT_TRUE(host.view().boxes.empty()) << "a cancelled dialog hears nothing of the end";
-  host.commandLine({"-lumicheck", scenes().string()});
-  EXPECT_EQ(host.view().boxes, std::vector<std::string>{"Lumicheck successful!"});
-  EXPECT_NE(table(2).find("4         CREATED"), std::string::npos) << table(2);
+  EXPECT_TRUE(host.view().hasLine("Lumicheck: a run goes on already"));
+  EXPECT_FALSE(fs::exists(other / "_lumicheck_16.038_1"));
+  EXPECT_NE(table(1).find("4         CREATED"), std::string::npos);
 }
 
 TEST_F(LumicheckRun, ResumesAnInterruptedBuild) {
@@ -165,6 +194,11 @@ TEST_F(LumicheckRun, ResumesAnInterruptedBuild) {
   EXPECT_TRUE(fs::exists(folder_ / "_result.txt"));
   EXPECT_TRUE(host.view().hasLine("start lumicheck to: "));
   fs::current_path(before);
+
+  // The module stays in memory with its options: off again for whoever comes next.
+  auto off = settings(scenes(), result(1));
+  off.answers.push_back({1002, "0"});
+  host.execute(kLumicheck, off);
 }
 
 TEST_F(LumicheckRun, ReferencesOfOtherLengths) {
@@ -253,26 +287,23 @@ TEST_F(LumicheckRun, SomeFailuresEndTheRunAtTheirScene) {
 }
 
 TEST_F(LumicheckRun, BlackAgainstWhiteIsOne) {
-  writeTinyScene(scenes() / "a.vesta", {.width = 8, .height = 8});
+  // A renderer that leaves the bitmap as it was made, black, against a reference of pure white.
+  static HostTables tables;
+  static HostDocumentsTable documents;
+  tables = host::hostTables();
+  documents = *tables.documents;
+  documents.RenderDocument = [](HostDocument*, const HostContainer*, HostBitmap*, int32_t, HostThread*) {
+    return 0;
+  };
+  tables.documents = &documents;
+  writeTinyScene(scenes() / "a.vesta", {.width = 7, .height = 5});
   fs::create_directories(folder_ / "ref");
   writeText(folder_ / "ref/_result.txt", "");
-  {
-    TestHost host;
-    host.commandLine({"-lumicheck", scenes().string()});
-  }
-  host::Image inverse = host::readImage(result(1) / "0001.tif");
-  double sum = 0;
-  for (uint8_t& value : inverse.pixels) {
-    const auto opposite = static_cast<uint8_t>(value < 128 ? 255 : 0);
-    sum += std::abs(int(opposite) - int(value));
-    value = opposite;
-  }
-  host::writeTiff(folder_ / "ref/0001.tif", inverse, host::TiffCompression::Zip);
-  TestHost host;
+  host::writeTiff(folder_ / "ref/0001.tif", host::Image{7, 5, 3, std::vector<uint8_t>(105, 255)},
+                  host::TiffCompression::Zip);
+  TestHost host({.tables = &tables});
   host.commandLine({"-lumicheck", scenes().string(), (folder_ / "ref").string()});
-  char expected[32];
-  std::snprintf(expected, sizeof expected, "+%.2f%%", 100 * sum / (255.0 * inverse.pixels.size()));
-  EXPECT_NE(readText(result(2) / "_result.txt").find(expected), std::string::npos) << expected;
+  EXPECT_NE(readText(result(1) / "_result.txt").find("+100.00%  "), std::string::npos) << table(1);
 }
 
 TEST_F(LumicheckRun, ForcesRenderSettingsAndRenderers) {
@@ -282,7 +313,7 @@ TEST_F(LumicheckRun, ForcesRenderSettingsAndRenderers) {
       {.videoPosts = R"(,"videoPosts":[{"type":1001015,"bits":1},{"type":1023342,"settings":{"3100":2}}])"});
   struct Seen {
     int32_t renderer, width, physical, build, mode, flags, renderFlags;
-    bool warmUp;
+    bool warmUp, forced;
   };
   std::vector<Seen> seen;
   static std::vector<Seen>* sink;
@@ -300,11 +331,14 @@ TEST_F(LumicheckRun, ForcesRenderSettingsAndRenderers) {
     HostVideoPost* first =
         own.documents->RenderSettingsFirstVideoPost(own.documents->DocumentGetRenderSettings(document));
     HostVideoPost* second = own.documents->VideoPostNext(first);
+    bool isForced = number(settings, 5016) == 1 && number(settings, 5033) == 1100;
+    for (const int32_t id : {5035, 5076, 6014, 5036, 5077, 5202, 5024})
+      isForced = isForced && number(settings, id) == 0;
     const HostContainer* parameters = own.documents->VideoPostGetContainer(second);
-    sink->push_back(
-        {number(settings, 5300), number(settings, 5008), number(settings, 6023), number(parameters, 4000),
-         number(parameters, 3100), own.documents->VideoPostGetFlags(first), flags,
-         number(settings, 7011) == 1 && number(settings, 5401) == 0 && number(settings, 5033) == 1100});
+    sink->push_back({number(settings, 5300), number(settings, 5008), number(settings, 6023),
+                     number(parameters, 4000), number(parameters, 3100),
+                     own.documents->VideoPostGetFlags(first), flags,
+                     number(settings, 7011) == 1 && number(settings, 5401) == 0, isForced});
     return host::hostTables().documents->RenderDocument(document, settings, bitmap, flags, thread);
   };
   tables.documents = &documents;
@@ -317,12 +351,14 @@ TEST_F(LumicheckRun, ForcesRenderSettingsAndRenderers) {
     ASSERT_EQ(seen.size(), 2U) << "one warm-up, one render";
     EXPECT_TRUE(seen[0].warmUp);
     EXPECT_EQ(seen[0].width, 16);
+    EXPECT_TRUE(seen[0].forced && seen[1].forced);
     EXPECT_FALSE(seen[1].warmUp);
     EXPECT_EQ(seen[1].width, 20);
     EXPECT_EQ(seen[1].flags, 5) << "the bit is added to the post's flags";
     EXPECT_EQ(seen[1].mode, 1) << "mode 2 becomes 1";
   };
   run({});
+  ASSERT_EQ(seen.size(), 2U);
   EXPECT_EQ(seen[1].renderer, 1) << "the scene's own";
   EXPECT_EQ(seen[1].renderFlags, 1);
   run({{1004, "Physical - Embree Smaller"}, {1003, "1"}});
@@ -333,6 +369,13 @@ TEST_F(LumicheckRun, ForcesRenderSettingsAndRenderers) {
   EXPECT_TRUE(host.view().hasLine("There is no network renderer yet: rendering on this machine."));
   run({{1005, "1"}});
   EXPECT_EQ(seen[1].renderer, 300001061) << "OpenGL wins over the override, which still stands";
+  run({{1004, "0"}, {1003, "0"}});
+  writeTinyScene(
+      scenes() / "a.vesta",
+      {.renderer = 1016630,
+       .videoPosts = R"(,"videoPosts":[{"type":1001015,"bits":1},{"type":1023342,"settings":{"3100":2}}])"});
+  run({});
+  EXPECT_EQ(seen[1].renderer, 0) << "that renderer is replaced";
 }
 
 TEST_F(LumicheckRun, DialogKeepsPathsAndOpensWithDefaults) {

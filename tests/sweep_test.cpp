@@ -25,7 +25,10 @@ class Sweep : public testing::Test {
  protected:
   Sweep() : before_(fs::current_path()) {
     writeTinyScene(pattern_ / "a.vesta");
+    // In path order they stand otherwise than a walk finds them.
     writeTinyScene(pattern_ / "b" / "c.vesta", {.color = "0, 1, 0, 1"});
+    writeTinyScene(pattern_ / "a.vesta.d" / "x.vesta");
+    writeTinyScene(pattern_ / "b.vesta");
     // Names that a failed call has emptied are seen from the current folder.
     fs::create_directories(folder_ / "elsewhere");
     fs::current_path(folder_ / "elsewhere");
@@ -74,7 +77,7 @@ class Sweep : public testing::Test {
   template <class Run>
   void sweep(bool reference, bool interactive, Run run) {
     int calls = 1;
-    for (int failing = 0; failing < calls; failing += kStep) {
+    for (int failing = 0; failing <= calls; failing += kStep) {
       prepare(reference);
       Watch watch(host::hostTables());
       std::string label = "good run";
@@ -159,7 +162,8 @@ TEST_F(Sweep, FailuresOfTheWorkerGoOnOrEndTheRunAsTheyShould) {
   };
   for (const Case& test : cases) {
     prepare(false);
-    writeTinyScene(scenes() / "d.vesta");
+    fs::remove_all(scenes() / "a.vesta.d");
+    fs::rename(scenes() / "b.vesta", scenes() / "d.vesta");
     Watch watch(host::hostTables());
     TestHost host({.interactive = true, .tables = &watch.tables()});
     watch.countOnly(test.slot);

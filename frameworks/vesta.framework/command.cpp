@@ -7,11 +7,6 @@ namespace {
 
 CommandData& Self(void* self) { return *static_cast<CommandData*>(self); }
 
-template <class Body>
-HostBool GuardedTruth(Body&& body) noexcept {
-  return Guarded(HostBool{0}, [&] { return HostBool{body() ? 1 : 0}; });
-}
-
 HostCommandRecord DescribeCommand(CommandData* command, int32_t flags, const void* icon, const String& help) {
   HostCommandRecord record{};
   record.size = HOST_COMMAND_RECORD_SIZE;
@@ -39,10 +34,7 @@ HostCommandRecord DescribeCommand(CommandData* command, int32_t flags, const voi
     return GuardedTruth([&] { return Self(self).RestoreLayout(secondary); });
   };
   record.GetName = [](void* self, HostString* name) noexcept {
-    GuardedTruth([&] {
-      Self(self).GetName(name);
-      return true;
-    });
+    GuardedVoid([&] { Self(self).GetName(name); });
   };
   record.Notify = [](void* self, int32_t event) noexcept {
     return GuardedTruth([&] { return Self(self).Notify(event); });

@@ -24,8 +24,8 @@ class CommandData : public BaseData {
   virtual int32_t GetState(HostDocument*) { return HOST_COMMAND_ENABLED; }
   virtual bool IsChecked(HostDocument*) { return false; }
   virtual bool RestoreLayout(void*) { return true; }
-  /// Fills `name`, an empty string, with a name to show instead of the registered one.
-  virtual void GetName(HostString*) {}
+  /// Fills `name` with a name to show instead of the registered one; empty: keep that.
+  virtual void GetName(HostString* name) { Host().strings.StringFromChars(name, 0, 0); }
   virtual bool Notify(int32_t) { return true; }
 };
 

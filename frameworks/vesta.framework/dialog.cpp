@@ -15,18 +15,6 @@ const HostDialogCallbacks kDialogCallbacks = {
 
 GeUserArea& Area(void* self) { return *static_cast<GeUserArea*>(self); }
 
-template <class Body>
-void GuardedVoid(Body&& body) noexcept {
-  Guarded(0, [&] {
-    body();
-    return 1;
-  });
-}
-template <class Body>
-HostBool GuardedTruth(Body&& body) noexcept {
-  return Guarded(HostBool{0}, [&] { return HostBool{body()}; });
-}
-
 const HostUserAreaCallbacks kUserAreaCallbacks = {
     sizeof(HostUserAreaCallbacks),
     [](void* self) noexcept { return GuardedTruth([&] { return Area(self).Init(); }); },
@@ -62,10 +50,10 @@ const HostUserAreaCallbacks kUserAreaCallbacks = {
 
 GeDialog::GeDialog() : dialog_(Host().dialogs.DialogAlloc(&kDialogCallbacks, this)) {}
 
-GeDialog::~GeDialog() { Host().dialogs.DialogFree(dialog_); }
+GeDialog::~GeDialog() = default;
 
 bool GeDialog::Open(int32_t mode, int32_t commandId) {
-  return Host().dialogs.DialogOpen(dialog_, mode, commandId, -1, -1, 0, 0) != 0;
+  return Host().dialogs.DialogOpen(dialog_.Get(), mode, commandId, -1, -1, 0, 0) != 0;
 }
 
 bool GeDialog::CoreMessage(const MessageView& message, ContainerView& result) {
@@ -104,6 +92,6 @@ bool GeModalDialog::CoreMessage(const MessageView& message, ContainerView& resul
 
 GeUserArea::GeUserArea() : area_(Host().dialogs.UserAreaAlloc(&kUserAreaCallbacks, this)) {}
 
-GeUserArea::~GeUserArea() { Host().dialogs.UserAreaFree(area_); }
+GeUserArea::~GeUserArea() = default;
 
 }  // namespace vesta

@@ -5,6 +5,11 @@
 
 namespace vesta {
 
+struct DialogTraits {
+  using Handle = HostDialog;
+  static void End(HostDialog* handle) { Host().dialogs.DialogFree(handle); }
+};
+
 /// A dialog. The virtual operations stand in a fixed order; a subclass overrides what it needs. Main thread.
 class GeDialog {
  public:
@@ -31,41 +36,45 @@ class GeDialog {
 
   /// Opens at the default place, for the command `commandId` (0: none). Modal: true when confirmed.
   bool Open(int32_t mode, int32_t commandId);
-  bool Close(bool confirmed) { return Host().dialogs.DialogClose(dialog_, confirmed ? 1 : 0) != 0; }
+  bool Close(bool confirmed) { return Host().dialogs.DialogClose(dialog_.Get(), confirmed ? 1 : 0) != 0; }
 
  protected:
-  bool SetTitle(const String& title) { return Host().dialogs.DialogSetTitle(dialog_, title.Get()) != 0; }
-  bool GroupBegin(int32_t id, int32_t flags, int32_t columns) {
-    return Host().dialogs.DialogGroupBegin(dialog_, id, flags, columns, 0, nullptr) != 0;
+  bool SetTitle(const String& title) {
+    return Host().dialogs.DialogSetTitle(dialog_.Get(), title.Get()) != 0;
   }
-  bool GroupEnd() { return Host().dialogs.DialogGroupEnd(dialog_) != 0; }
+  bool GroupBegin(int32_t id, int32_t flags, int32_t columns) {
+    return Host().dialogs.DialogGroupBegin(dialog_.Get(), id, flags, columns, 0, nullptr) != 0;
+  }
+  bool GroupEnd() { return Host().dialogs.DialogGroupEnd(dialog_.Get()) != 0; }
   HostGadget* AddStaticText(int32_t id, int32_t flags, int32_t minWidth, const String& text) {
-    return Host().dialogs.DialogAddStaticText(dialog_, id, flags, minWidth, 0, text.Get());
+    return Host().dialogs.DialogAddStaticText(dialog_.Get(), id, flags, minWidth, 0, text.Get());
   }
   HostGadget* AddCheckBox(int32_t id, int32_t flags, const String& label) {
-    return Host().dialogs.DialogAddCheckBox(dialog_, id, flags, 0, 0, label.Get());
+    return Host().dialogs.DialogAddCheckBox(dialog_.Get(), id, flags, 0, 0, label.Get());
   }
   HostGadget* AddComboBox(int32_t id, int32_t flags) {
-    return Host().dialogs.DialogAddComboBox(dialog_, id, flags, 0, 0);
+    return Host().dialogs.DialogAddComboBox(dialog_.Get(), id, flags, 0, 0);
   }
   bool AddComboEntry(int32_t comboId, int32_t entryId, const String& text) {
-    return Host().dialogs.DialogAddComboEntry(dialog_, comboId, entryId, text.Get()) != 0;
+    return Host().dialogs.DialogAddComboEntry(dialog_.Get(), comboId, entryId, text.Get()) != 0;
   }
   HostGadget* AddCustomGadget(int32_t id, int32_t kind, int32_t flags, int32_t minWidth,
                               const Container& settings) {
-    return Host().dialogs.DialogAddCustomGadget(dialog_, id, kind, flags, minWidth, 0, settings.Get());
+    return Host().dialogs.DialogAddCustomGadget(dialog_.Get(), id, kind, flags, minWidth, 0, settings.Get());
   }
-  bool AddButtonGroup(int32_t buttons) { return Host().dialogs.DialogAddButtonGroup(dialog_, buttons) != 0; }
+  bool AddButtonGroup(int32_t buttons) {
+    return Host().dialogs.DialogAddButtonGroup(dialog_.Get(), buttons) != 0;
+  }
   bool SetText(int32_t id, const String& text) {
-    return Host().dialogs.DialogSetString(dialog_, id, text.Get()) != 0;
+    return Host().dialogs.DialogSetString(dialog_.Get(), id, text.Get()) != 0;
   }
   /// The value of check box or combo box `id`; `value` is unchanged when there is none.
   bool GetValue(int32_t id, int32_t& value) const {
-    return Host().dialogs.DialogGetInt32(dialog_, id, &value) != 0;
+    return Host().dialogs.DialogGetInt32(dialog_.Get(), id, &value) != 0;
   }
 
  private:
-  HostDialog* dialog_;
+  Owned<DialogTraits> dialog_;
 };
 
 inline bool EnableGadget(HostGadget* gadget, bool enabled) {
@@ -89,6 +98,11 @@ class GeModalDialog : public GeDialog {
   bool Open(int32_t commandId) { return GeDialog::Open(HOST_DIALOG_MODAL, commandId); }
 };
 
+struct UserAreaTraits {
+  using Handle = HostUserArea;
+  static void End(HostUserArea* handle) { Host().dialogs.UserAreaFree(handle); }
+};
+
 /// A user-drawn gadget. Main thread.
 class GeUserArea {
  public:
@@ -110,10 +124,10 @@ class GeUserArea {
   virtual bool CoreMessage(int32_t, const MessageView&) { return false; }
   virtual bool Message(const MessageView&, ContainerView&) { return false; }
 
-  HostUserArea* Get() const { return area_; }
+  HostUserArea* Get() const { return area_.Get(); }
 
  private:
-  HostUserArea* area_;
+  Owned<UserAreaTraits> area_;
 };
 
 }  // namespace vesta

@@ -44,6 +44,7 @@ class Browse {
   explicit Browse(const FileName& folder) : browse_(Host().files.BrowseAlloc()) {
     Host().files.BrowseInit(browse_.Get(), folder.Get(), 0);
   }
+  explicit operator bool() const { return static_cast<bool>(browse_); }
   bool Next() { return Host().files.BrowseNext(browse_.Get()) != 0; }
   bool IsFolder() const { return Host().files.BrowseIsFolder(browse_.Get()) != 0; }
   /// Sets `name` to the current entry's bare name.

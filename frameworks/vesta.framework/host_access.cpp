@@ -27,6 +27,12 @@ namespace {
 #include "vesta.framework/contract/no_words.h"
 #pragma GCC diagnostic pop
 
+/// The bytes of a table that both sides know: whole slots only.
+std::size_t CommonSize(uint32_t offered, std::size_t known) {
+  const std::size_t whole = offered - offered % sizeof(void*);
+  return whole < known ? whole : known;
+}
+
 /// Copies as much of an area as the host has.
 template <class Table>
 void CopyArea(Table& kept, const Table* offered, const char* area) {
@@ -34,7 +40,7 @@ void CopyArea(Table& kept, const Table* offered, const char* area) {
     std::fprintf(stderr, "outfitter: the host does not offer the area '%s'; what needs it will fail\n", area);
     return;
   }
-  std::memcpy(&kept, offered, offered->size < sizeof(Table) ? offered->size : sizeof(Table));
+  std::memcpy(&kept, offered, CommonSize(offered->size, sizeof(Table)));
 }
 
 template <class Slot>
@@ -47,7 +53,7 @@ void FillSlot(Slot& slot, Slot standIn, bool areaOffered, const char* area, cons
 /// The host's own table, padded with null pointers where an older host's ends.
 HostTables AtFullLength(const HostTables& offered) {
   HostTables tables{};
-  std::memcpy(&tables, &offered, offered.size < sizeof(HostTables) ? offered.size : sizeof(HostTables));
+  std::memcpy(&tables, &offered, CommonSize(offered.size, sizeof(HostTables)));
   return tables;
 }
 

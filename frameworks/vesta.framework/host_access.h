@@ -41,4 +41,17 @@ Failure Guarded(Failure failure, Body&& body) noexcept {
   }
 }
 
+/// The same for callbacks that answer a truth value, and for those that answer nothing.
+template <class Body>
+HostBool GuardedTruth(Body&& body) noexcept {
+  return Guarded(HostBool{0}, [&] { return HostBool{body() ? 1 : 0}; });
+}
+template <class Body>
+void GuardedVoid(Body&& body) noexcept {
+  Guarded(0, [&] {
+    body();
+    return 0;
+  });
+}
+
 }  // namespace vesta

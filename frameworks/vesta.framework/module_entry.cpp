@@ -25,6 +25,7 @@ int32_t Detach() {
   if (g_attachCount == 0) return 1;
   if (--g_attachCount > 0) return 1;
   ModuleEnd();
+  vesta::StopCoreServices();
   ModuleReleaseGlobals();
   vesta::FreeHostTables();
   return 1;
@@ -36,7 +37,7 @@ int32_t Dispatch(int32_t message, intptr_t argument, void* data, const HostTable
   if (message == HOST_MODULE_VERSION) return kEntryVersion;
   // What is left talks to the host, and a host that was refused or has gone cannot be talked to.
   if (vesta::g_hostTables == nullptr) return kNotTaken;
-  if (message == HOST_MODULE_START) return ModuleStart() ? 1 : 0;
+  if (message == HOST_MODULE_START) return vesta::GuardedTruth(ModuleStart);
   if (message == HOST_MODULE_MESSAGE)
     return ModuleMessage(static_cast<int32_t>(argument), data) ? 1 : kNotTaken;
   return kNotTaken;

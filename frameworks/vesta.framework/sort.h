@@ -9,6 +9,27 @@
 
 namespace vesta {
 
+/// The positions 0 to count - 1 in ascending order of `less`, equal ones as they stand. By merging, since a
+/// comparison that a host call answers may contradict itself, which other sorts of the standard library take
+/// for a promise and leave their arrays.
+template <class Less>
+std::vector<uint32_t> SortedOrder(uint32_t count, Less less) {
+  std::vector<uint32_t> order(count);
+  std::iota(order.begin(), order.end(), 0U);
+  std::vector<uint32_t> merged(count);
+  for (size_t run = 1; run < order.size(); run *= 2) {
+    for (size_t start = 0; start < order.size(); start += 2 * run) {
+      const auto at = [&](size_t i) {
+        return order.begin() + static_cast<std::ptrdiff_t>(std::min(i, order.size()));
+      };
+      std::merge(at(start), at(start + run), at(start + run), at(start + 2 * run),
+                 merged.begin() + static_cast<std::ptrdiff_t>(start), less);
+    }
+    order.swap(merged);
+  }
+  return order;
+}
+
 /// Sorts arrays of any item, given as bytes. Stable.
 class GeSchmodderSort {
  public:
@@ -27,10 +48,9 @@ inline void GeSchmodderSort::Sort(void* data, int32_t count, int32_t itemSize) c
   if (data == nullptr || count < 2 || itemSize < 1) return;
   auto* items = static_cast<unsigned char*>(data);
   const auto size = static_cast<size_t>(itemSize);
-  std::vector<uint32_t> order(static_cast<size_t>(count));
-  std::iota(order.begin(), order.end(), 0U);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](uint32_t a, uint32_t b) { return Compare(items + a * size, items + b * size) < 0; });
+  const auto order = SortedOrder(static_cast<uint32_t>(count), [&](uint32_t a, uint32_t b) {
+    return Compare(items + a * size, items + b * size) < 0;
+  });
   std::vector<unsigned char> sorted(order.size() * size);
   for (size_t i = 0; i < order.size(); ++i) std::memcpy(&sorted[i * size], items + order[i] * size, size);
   std::memcpy(items, sorted.data(), sorted.size());

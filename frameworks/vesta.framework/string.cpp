@@ -14,11 +14,15 @@ String String::FromReal(double value, int32_t before, int32_t after) {
   return result;
 }
 
+// No text of the tools comes near it; a host that answers more is wrong.
+constexpr int32_t kLongestText = 1 << 28;
+
 bool String::ToBytes(std::string& bytes, int32_t encoding) const {
   bytes.clear();
   if (Get() == nullptr) return false;
   const int32_t length = Host().strings.StringToCStringLength(Get(), encoding);
   if (length <= 0) return IsEmpty();
+  if (length > kLongestText) return false;
   bytes.resize(static_cast<size_t>(length));
   // The terminating zero goes where std::string keeps its own.
   if (Host().strings.StringToCString(Get(), bytes.data(), length + 1, encoding) == length) return true;

@@ -7,15 +7,8 @@ VestaThread& Self(void* self) { return *static_cast<VestaThread*>(self); }
 
 const HostThreadCallbacks kCallbacks = {
     sizeof(HostThreadCallbacks),
-    [](void* self) noexcept {
-      Guarded(0, [&] {
-        Self(self).Main();
-        return 1;
-      });
-    },
-    [](void* self) noexcept {
-      return Guarded(HostBool{0}, [&] { return HostBool{Self(self).TestBreakExtra()}; });
-    },
+    [](void* self) noexcept { GuardedVoid([&] { Self(self).Main(); }); },
+    [](void* self) noexcept { return GuardedTruth([&] { return Self(self).TestBreakExtra(); }); },
     [](void* self) noexcept {
       return Guarded(static_cast<const char*>(nullptr), [&] { return Self(self).GetThreadName(); });
     },
@@ -25,14 +18,15 @@ const HostThreadCallbacks kCallbacks = {
 
 VestaThread::VestaThread() : thread_(Host().threads.ThreadCreate(&kCallbacks, this)) {}
 
-VestaThread::~VestaThread() {
-  if (thread_ != nullptr) Host().threads.ThreadFree(thread_);
+VestaThread::~VestaThread() = default;
+
+bool VestaThread::Start() { return Host().threads.ThreadStart(Get(), 0, 0) != 0; }
+
+void VestaThread::End() {
+  // Where the host could not end the thread, freeing it does: it must not outlive this object's own part.
+  if (Host().threads.ThreadEnd(Get(), 1) == 0) thread_.Reset();
 }
 
-bool VestaThread::Start() { return Host().threads.ThreadStart(thread_, 0, 0) != 0; }
-
-void VestaThread::End() { Host().threads.ThreadEnd(thread_, 1); }
-
-bool VestaThread::TestBreak() const { return Host().threads.ThreadTestBreak(thread_) != 0; }
+bool VestaThread::TestBreak() const { return Host().threads.ThreadTestBreak(Get()) != 0; }
 
 }  // namespace vesta

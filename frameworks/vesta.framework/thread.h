@@ -14,6 +14,11 @@ class GlobalThreadLock {
   GlobalThreadLock& operator=(const GlobalThreadLock&) = delete;
 };
 
+struct ThreadTraits {
+  using Handle = HostThread;
+  static void End(HostThread* handle) { Host().threads.ThreadFree(handle); }
+};
+
 /// Base of worker threads. Made, started and ended on the main thread.
 class VestaThread {
  public:
@@ -36,10 +41,10 @@ class VestaThread {
   void End();
   /// Whether a stop was asked. Thread: any.
   bool TestBreak() const;
-  HostThread* Get() const { return thread_; }
+  HostThread* Get() const { return thread_.Get(); }
 
  private:
-  HostThread* thread_;
+  Owned<ThreadTraits> thread_;
 };
 
 }  // namespace vesta

@@ -8,6 +8,8 @@ namespace {
 
 /// The registry's entries as the contract shows them; lent to the host until the last detach.
 HostConfigurationEntry g_declared[ostrak::ConfigurationRegistry::kCapacity];
+/// What the values were before the host wrote them.
+bool g_defaults[ostrak::ConfigurationRegistry::kCapacity];
 
 }  // namespace
 
@@ -16,8 +18,15 @@ void StartCoreServices() {
   for (int32_t i = 0; i < registry.count(); ++i) {
     const ostrak::ConfigurationEntry& entry = registry.entry(i);
     g_declared[i] = {entry.name, entry.help, entry.type, entry.storage, entry.state};
+    g_defaults[i] = *static_cast<bool*>(entry.storage);
   }
   Host().registration.ConfigurationDeclare(g_declared, registry.count());
+}
+
+void StopCoreServices() {
+  const auto& registry = ostrak::ConfigurationRegistry::Get();
+  for (int32_t i = 0; i < registry.count(); ++i)
+    *static_cast<bool*>(registry.entry(i).storage) = g_defaults[i];
 }
 
 }  // namespace vesta

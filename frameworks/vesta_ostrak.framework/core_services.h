@@ -7,4 +7,7 @@ namespace vesta {
 /// Thread: main.
 void StartCoreServices();
 
+/// Gives every configuration value its default again, for the next host. Thread: main, at the last detach.
+void StopCoreServices();
+
 }  // namespace vesta

@@ -1,7 +1,9 @@
 // The command line of Vesta.
 #include <CLI/CLI.hpp>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 
@@ -86,15 +88,22 @@ class ModuleArguments {
   std::vector<const char*> pointers_;
 };
 
+/// The library's ranges take "nan", which is neither below nor above them.
+std::string refuseNan(const std::string& text) {
+  return std::isnan(std::strtod(text.c_str(), nullptr)) ? "'" + text + "' is no number" : "";
+}
+
 void addJudgeOptions(CLI::App& app, JudgeOptions& judge, std::string& reference) {
   app.add_option("--reference", reference,
                  "the folder it was compared with (default: what the run's record says)");
   app.add_option("--max-diff", judge.limits.maxDiff, "mean difference that is still good, in percent")
       ->check(CLI::Range(0.0, 100.0))
+      ->check(refuseNan)
       ->capture_default_str();
   app.add_option("--max-slower", judge.limits.maxSlower,
                  "how much slower a scene may be, in percent (default: any)")
-      ->check(CLI::NonNegativeNumber);
+      ->check(CLI::NonNegativeNumber)
+      ->check(refuseNan);
   app.add_option("--junit", judge.junitFile, "write a JUnit XML report");
   app.add_option("--json", judge.jsonFile, "write a JSON report");
   app.add_flag("--verbose", judge.verbose, "list every scene that is wrong");

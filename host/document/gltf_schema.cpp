@@ -177,8 +177,7 @@ const json& arrayOf(const json& root, const char* member) {
 
 void checkVersion(const json& root) {
   const auto version = root["asset"]["version"].get<std::string>();
-  if (!version.starts_with("2."))
-    throw SceneError("glTF version " + excerpt(version) + ", only 2.x is read");
+  if (!version.starts_with("2.")) throw SceneError("glTF version " + excerpt(version) + ", only 2.x is read");
 }
 
 /// Geometry that exists in compressed form only cannot be rendered without the extension.

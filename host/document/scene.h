@@ -69,25 +69,25 @@ struct Instance {
 
 struct Camera {
   bool orthographic = false;
-  float yfov = 0.8F;       ///< vertical field of view in radians (perspective)
-  float aspectRatio = 0;   ///< width / height when the scene gives one, else 0; the image's own ratio is used
-  float xmag = 1;          ///< half the width in metres (orthographic)
-  float ymag = 1;          ///< half the height in metres (orthographic)
-  float znear = 0.01F;     ///< metres
-  float zfar = 0;          ///< metres; 0: no limit
-  Mat4 transform;          ///< camera to world; looks along its -Z, +Y up, scale removed
+  float yfov = 0.8F;      ///< vertical field of view in radians (perspective)
+  float aspectRatio = 0;  ///< width / height when the scene gives one, else 0; the image's own ratio is used
+  float xmag = 1;         ///< half the width in metres (orthographic)
+  float ymag = 1;         ///< half the height in metres (orthographic)
+  float znear = 0.01F;    ///< metres
+  float zfar = 0;         ///< metres; 0: no limit
+  Mat4 transform;         ///< camera to world; looks along its -Z, +Y up, scale removed
 };
 
 struct Light {
   enum class Kind { Point, Spot, Directional };
   Kind kind = Kind::Point;
-  Vec3 color{1, 1, 1};      ///< linear
-  float intensity = 1;      ///< candela (point, spot) or lux (directional)
-  float range = 0;          ///< metres; 0: no limit
-  float innerCone = 0;      ///< radians from the axis (spot)
-  float outerCone = 0.785F; ///< radians from the axis (spot)
-  Vec3 position;            ///< world
-  Vec3 direction{0, 0, -1}; ///< world, unit: where it shines (spot, directional)
+  Vec3 color{1, 1, 1};       ///< linear
+  float intensity = 1;       ///< candela (point, spot) or lux (directional)
+  float range = 0;           ///< metres; 0: no limit
+  float innerCone = 0;       ///< radians from the axis (spot)
+  float outerCone = 0.785F;  ///< radians from the axis (spot)
+  Vec3 position;             ///< world
+  Vec3 direction{0, 0, -1};  ///< world, unit: where it shines (spot, directional)
 };
 
 struct Bounds {

@@ -40,7 +40,10 @@ void HeadlessHost::loadModule(const std::filesystem::path& file, const HostTable
 }
 
 std::vector<std::string> HeadlessHost::start() {
-  for (const auto& file : findModules(services_.options.appFolder)) attach(file, tables_);
+  const std::string& appFolder = services_.options.appFolder;
+  const auto files = findModules(appFolder);
+  if (files.empty()) throw ModuleError("no module in " + joinPath(appFolder, "modules"));
+  for (const auto& file : files) attach(file, tables_);
   std::vector<std::string> problems = configure();
   for (const auto& module : modules_) module->start();
   return problems;

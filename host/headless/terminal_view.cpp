@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 
 #include "host/services/text.h"
@@ -34,7 +35,7 @@ void writeLine(std::FILE* stream, const std::string& text) {
 }  // namespace
 
 std::string formatDuration(double seconds) {
-  const auto total = static_cast<long>(seconds + 0.5);
+  const long total = std::lround(seconds);
   char text[48];
   if (total >= 3600) {
     std::snprintf(text, sizeof text, "%ld:%02ld:%02ld", total / 3600, total / 60 % 60, total % 60);

@@ -23,7 +23,7 @@ class WorkerThread {
  public:
   struct Work {
     std::function<void()> main;
-    std::function<bool()> testBreak;  ///< an extra reason to stop
+    std::function<bool()> testBreak;    ///< an extra reason to stop
     std::function<const char*()> name;  ///< asked at the start; shown by system tools, cut to 15 bytes
   };
   explicit WorkerThread(Work work) : work_(std::move(work)) {}

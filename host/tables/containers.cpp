@@ -90,13 +90,15 @@ HostBool ContainerSetContainer(HostContainer* container, int32_t id, const HostC
 
 /// Shows a value as the contract does.
 struct Shown {
-  HostContainerValue operator()(bool truth) const { return {HOST_VALUE_BOOL, truth ? 1 : 0, 0, nullptr}; }
-  HostContainerValue operator()(int32_t integer) const { return {HOST_VALUE_INT32, integer, 0, nullptr}; }
-  HostContainerValue operator()(double real) const { return {HOST_VALUE_REAL, 0, real, nullptr}; }
-  HostContainerValue operator()(const std::u16string&) const { return {HOST_VALUE_STRING, 0, 0, nullptr}; }
-  HostContainerValue operator()(const PathValue&) const { return {HOST_VALUE_FILENAME, 0, 0, nullptr}; }
+  HostContainerValue operator()(bool truth) const { return {HOST_VALUE_BOOL, truth ? 1 : 0, 0, nullptr, {}}; }
+  HostContainerValue operator()(int32_t integer) const { return {HOST_VALUE_INT32, integer, 0, nullptr, {}}; }
+  HostContainerValue operator()(double real) const { return {HOST_VALUE_REAL, 0, real, nullptr, {}}; }
+  HostContainerValue operator()(const std::u16string&) const {
+    return {HOST_VALUE_STRING, 0, 0, nullptr, {}};
+  }
+  HostContainerValue operator()(const PathValue&) const { return {HOST_VALUE_FILENAME, 0, 0, nullptr, {}}; }
   HostContainerValue operator()(const NestedContainer& nested) const {
-    return {HOST_VALUE_CONTAINER, 0, 0, handleOf(&nested.get())};
+    return {HOST_VALUE_CONTAINER, 0, 0, handleOf(&nested.get()), {}};
   }
 };
 

@@ -1,14 +1,15 @@
 // The driver of a Lumicheck run: mode, result folder, scene table, worker and progress dialog.
 #include "lumicheck/Lumicheck.h"
 
-#include <algorithm>
-#include <numeric>
+#include <memory>
 #include <vector>
 
 #include "vesta.framework/dialog.h"
 #include "vesta.framework/file.h"
 #include "vesta.framework/memory.h"
 #include "vesta.framework/messages.h"
+#include "vesta.framework/sort.h"
+#include "vesta.framework/system.h"
 
 namespace outfitter {
 
@@ -43,6 +44,7 @@ namespace {
 
 constexpr int32_t kProgressText = 5000;
 constexpr int32_t kProgressWidth = 800;
+constexpr const char* kNotEnoughMemory = "Lumicheck: not enough memory";
 
 /// Shows how far the run is, on the main thread, while the worker runs on its own.
 class ZDialog : public GeDialog {
@@ -97,13 +99,15 @@ class SceneTable {
 
 /// The first numbered folder in the scene folder that does not exist yet; made. False when it cannot be.
 bool CreateResultDir(const FileName& scenePath, FileName& folder) {
-  const String stem =
-      String("_lumicheck_") + String::FromReal(Host().system.GetHostVersion() / 1000.0, 0, 3) + "_";
-  for (int32_t counter = 1;; ++counter) {
+  const String stem = String("_lumicheck_") + String::FromReal(GetHostVersion() / 1000.0, 0, 3) + "_";
+  for (int32_t counter = 1; counter < INT32_MAX; ++counter) {
     folder = scenePath.Join(stem + String::FromInt(counter));
     if (FolderExists(folder) || FileExists(folder)) continue;
-    return CreateFolder(folder);
+    if (CreateFolder(folder)) return true;
+    // Another run may just have taken the name.
+    if (!FolderExists(folder)) return false;
   }
+  return false;
 }
 
 /// Sorts the table by path. Reference and comparing run match rows by position, so both sort alike.
@@ -112,10 +116,8 @@ void SortScenes() {
   std::vector<String> keys;
   keys.reserve(count);
   for (size_t i = 0; i < count; ++i) keys.push_back(g_lumicheckScenes[i].path.GetString());
-  std::vector<uint32_t> order(count);
-  std::iota(order.begin(), order.end(), 0U);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](uint32_t a, uint32_t b) { return keys[a].Compare(keys[b]) < 0; });
+  const auto order = SortedOrder(static_cast<uint32_t>(count),
+                                 [&](uint32_t a, uint32_t b) { return keys[a].Compare(keys[b]) < 0; });
 
   std::vector<FileName> paths;
   paths.reserve(count);
@@ -131,7 +133,7 @@ bool ChooseMode(const FileName& referencePath) {
 
 int32_t RunWorker(int32_t openGl) {
   PreviewThread worker(openGl);
-  if ((Host().system.GetRunMode() & HOST_RUN_MODE_NO_USER_INTERFACE) != 0) {
+  if (!HasUserInterface()) {
     worker.Main();
     return 1;
   }
@@ -147,10 +149,14 @@ int32_t RunWorker(int32_t openGl) {
 }  // namespace
 
 int32_t RunLumicheck(const FileName& scenePath, const FileName& referencePath, int32_t openGl) {
+  if (g_lumicheckScenes != nullptr) {
+    PrintConsole("Lumicheck: a run goes on already");
+    return 0;
+  }
   g_lumicheckBuildReference = 0;
   const SceneTable table;
   if (!table) {
-    ShowMessage("Lumicheck: not enough memory");
+    ShowMessage(kNotEnoughMemory);
     return 0;
   }
 
@@ -165,7 +171,10 @@ int32_t RunLumicheck(const FileName& scenePath, const FileName& referencePath, i
   }
   PrintConsole(String("start lumicheck to: ") + resultDir.GetString());
 
-  CollectScenes(scenePath);
+  if (!CollectScenes(scenePath)) {
+    ShowMessage(kNotEnoughMemory);
+    return 0;
+  }
   if (g_lumicheckSceneCount > 1) SortScenes();
 
   *g_lumicheckResultDir = resultDir;
@@ -179,17 +188,22 @@ int32_t RunLumicheck(const FileName& scenePath, const FileName& referencePath, i
   return RunWorker(openGl);
 }
 
-void CollectScenes(const FileName& folder) {
+bool CollectScenes(const FileName& folder) {
   const String suffix("vesta");
   FileName name;
-  for (Browse entries(folder); g_lumicheckSceneCount < kLumicheckMaxScenes && entries.Next();) {
-    if (!entries.GetName(name)) continue;
+  Browse entries(folder);
+  if (suffix.IsEmpty() || name.Get() == nullptr || !entries) return false;
+  while (g_lumicheckSceneCount < kLumicheckMaxScenes && entries.Next()) {
+    if (!entries.GetName(name)) return false;
     if (entries.IsFolder()) {
-      CollectScenes(folder.Join(name));
+      if (!CollectScenes(folder.Join(name))) return false;
     } else if (name.HasSuffix(suffix)) {
-      g_lumicheckScenes[g_lumicheckSceneCount++].path = folder.Join(name);
+      FileName path = folder.Join(name);
+      if (path.IsEmpty()) return false;
+      g_lumicheckScenes[g_lumicheckSceneCount++].path = std::move(path);
     }
   }
+  return true;
 }
 
 }  // namespace outfitter

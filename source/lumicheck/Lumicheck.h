@@ -59,8 +59,9 @@ bool RegisterLumicheck();
 /// otherwise whether the worker could be started. Thread: main.
 int32_t RunLumicheck(const vesta::FileName& scenePath, const vesta::FileName& referencePath, int32_t openGl);
 
-/// Appends every scene file below `folder` to the table of the run.
-void CollectScenes(const vesta::FileName& folder);
+/// Appends every scene file below `folder` to the table of the run, in the order of the host's listing. False
+/// when the host ran out of memory: a table that lacks a scene would shift every row behind it.
+bool CollectScenes(const vesta::FileName& folder);
 
 /// Writes the whole result table of the run. What cannot be written is told in a message box.
 void WriteLumicheckResult(const vesta::FileName& name);
@@ -80,10 +81,11 @@ class PreviewThread : public vesta::VestaThread {
   const char* GetThreadName() override { return "Lumicheck Thread"; }
 
  private:
-  enum class Outcome { GoOn, EndRun };
+  enum class Outcome { NotLoaded, Done, EndRun };
 
   void Announce(int32_t index, bool missing);
-  Outcome ProcessScene(int32_t index);
+  /// One scene from its announcement to its row in the table. False ends the run.
+  bool ProcessScene(int32_t index);
   Outcome WorkOn(LumicheckScene& scene, const vesta::String& number, bool compare);
   void EndRun(int32_t handled);
 

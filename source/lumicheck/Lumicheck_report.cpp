@@ -7,6 +7,7 @@
 #include "lumicheck/Lumicheck_table.h"
 #include "vesta.framework/file.h"
 #include "vesta.framework/messages.h"
+#include "vesta.framework/system.h"
 
 namespace outfitter {
 
@@ -71,7 +72,7 @@ class LineBuilder {
 
 bool FormatHeader(const std::string& lineEnd, std::string& text) {
   LineBuilder line;
-  line.Real(Host().system.GetHostVersion() * 0.001, -4, 3);
+  line.Real(GetHostVersion() * 0.001, -4, 3);
   line.Last(kHeader);
   line.Last(lineEnd);
   text = line.Take();
@@ -159,6 +160,7 @@ bool ReadLumicheckResult(const FileName& name) {
   while (const int32_t count = file.Read(block.data(), kBlockSize)) {
     if (count < 0 || count > kBlockSize) return false;
     total += count;
+    if (length >= 0 && total > length) return false;
     if (!reader.Feed({block.data(), static_cast<size_t>(count)})) return false;
   }
   return total >= length && reader.Finish();

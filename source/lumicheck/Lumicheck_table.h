@@ -18,11 +18,9 @@ std::string_view StatusWord(int32_t status);
 /// words OK, ERROR, CREATED, SKIPPED; the token behind it is its time. Everything else is passed over.
 class ReferenceTimeReader {
  public:
-  /// `store` takes the time of one row after the other and answers false when there is no record left for
-  /// a row, before its time is read.
   struct Sink {
-    std::function<bool()> beginRow;
-    std::function<void(double)> endRow;
+    std::function<bool()> beginRow;      ///< false: there is no record left for this row
+    std::function<void(double)> endRow;  ///< its time in seconds
   };
   explicit ReferenceTimeReader(Sink sink) : sink_(std::move(sink)) {}
 

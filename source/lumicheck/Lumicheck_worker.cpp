@@ -6,6 +6,7 @@
 #include "vesta.framework/document.h"
 #include "vesta.framework/memory.h"
 #include "vesta.framework/messages.h"
+#include "vesta.framework/system.h"
 
 namespace outfitter {
 
@@ -13,23 +14,15 @@ using namespace vesta;
 
 namespace {
 
-// Render settings by the host's numbers.
-enum RenderSetting : int32_t {
-  kRenderer = 5300,
-  kWidth = 5008,
-  kHeight = 5009,
-  kSaveFormat = 5033,
-  kPhysicalOption = 6023,
-  kWarmUpOff = 5401,
-  kWarmUpOn = 7011
+// What the host does with these is its own business; a run forces them all the same, so that two runs of one
+// host are alike.
+struct ForcedInteger {
+  int32_t id;
+  int32_t value;
 };
-constexpr int32_t kOpenGlRenderer = 300001061;
-constexpr int32_t kPhysicalRenderer = 1023342;
-constexpr int32_t kReplacedRenderer = 1016630;
-constexpr int32_t kFlaggedPost = 1001015;
-constexpr int32_t kFlaggedPostBit = 4;
-constexpr int32_t kPhysicalBuild = 4000;
-constexpr int32_t kPhysicalMode = 3100;
+constexpr ForcedInteger kForcedIntegers[] = {
+    {5016, 1}, {5035, 0}, {5077, 0}, {HOST_RENDER_SETTING_SAVE_FORMAT, HOST_FORMAT_TIFF}};
+constexpr int32_t kForcedOff[] = {5076, 6014, 5036, 5202, 5024};
 
 constexpr int32_t kWarmUpSize = 16;
 constexpr int32_t kLoadFlags = HOST_LOAD_OBJECTS | HOST_LOAD_MATERIALS;
@@ -37,27 +30,27 @@ constexpr int32_t kLoadFlags = HOST_LOAD_OBJECTS | HOST_LOAD_MATERIALS;
 void ChooseRenderer(const Document& document, bool openGl) {
   ContainerView settings = document.GetRenderSettings();
   if (openGl) {
-    settings.SetInt32(kRenderer, kOpenGlRenderer);
+    settings.SetInt32(HOST_RENDER_SETTING_RENDERER, HOST_RENDERER_OPENGL);
     return;
   }
   if (g_lumicheckOverride == 0) return;
-  settings.SetInt32(kRenderer, kPhysicalRenderer);
-  settings.SetInt32(kPhysicalOption, 1);
-  const VideoPost physical = document.FindVideoPost(kPhysicalRenderer);
+  settings.SetInt32(HOST_RENDER_SETTING_RENDERER, HOST_RENDERER_PHYSICAL);
+  settings.SetInt32(HOST_RENDER_SETTING_OVERRIDDEN, 1);
+  const VideoPost physical = document.FindVideoPost(HOST_RENDERER_PHYSICAL);
   if (!physical) {
     PrintConsole("Could not create physical VP");
     return;
   }
-  physical.GetParameters().SetInt32(kPhysicalBuild, g_lumicheckOverride - 1);
+  physical.GetParameters().SetInt32(HOST_PHYSICAL_KERNEL_BUILD, g_lumicheckOverride - 1);
 }
 
 void AdjustVideoPosts(const Document& document) {
-  VideoPost flagged = document.FindVideoPost(kFlaggedPost);
-  if (flagged) flagged.SetFlags(flagged.GetFlags() | kFlaggedPostBit);
-  const VideoPost physical = document.FindVideoPost(kPhysicalRenderer);
+  VideoPost flagged = document.FindVideoPost(HOST_VIDEO_POST_FLAGGED);
+  if (flagged) flagged.SetFlags(flagged.GetFlags() | HOST_VIDEO_POST_FLAG);
+  const VideoPost physical = document.FindVideoPost(HOST_RENDERER_PHYSICAL);
   if (!physical) return;
   ContainerView parameters = physical.GetParameters();
-  if (parameters.GetInt32(kPhysicalMode) == 2) parameters.SetInt32(kPhysicalMode, 1);
+  if (parameters.GetInt32(HOST_PHYSICAL_MODE) == 2) parameters.SetInt32(HOST_PHYSICAL_MODE, 1);
 }
 
 /// A copy of the active render settings with what every run forces: one frame, nothing saved or shown by the
@@ -65,18 +58,13 @@ void AdjustVideoPosts(const Document& document) {
 Container ForcedSettings(const Document& document) {
   AdjustVideoPosts(document);
   Container settings = Container::CopyOf(document.GetRenderSettings());
-  settings.SetInt32(kWidth, settings.GetInt32(kWidth));
-  settings.SetInt32(kHeight, settings.GetInt32(kHeight));
-  settings.SetInt32(5016, 1);
-  settings.SetInt32(5035, 0);
-  settings.SetBool(5076, false);
-  settings.SetBool(6014, false);
-  settings.SetBool(5036, false);
-  settings.SetInt32(5077, 0);
-  settings.SetInt32(kSaveFormat, HOST_FORMAT_TIFF);
-  settings.SetBool(5202, false);
-  settings.SetBool(5024, false);
-  if (settings.GetInt32(kRenderer) == kReplacedRenderer) settings.SetInt32(kRenderer, 0);
+  settings.SetInt32(HOST_RENDER_SETTING_WIDTH, settings.GetInt32(HOST_RENDER_SETTING_WIDTH));
+  settings.SetInt32(HOST_RENDER_SETTING_HEIGHT, settings.GetInt32(HOST_RENDER_SETTING_HEIGHT));
+  for (const ForcedInteger& forced : kForcedIntegers) settings.SetInt32(forced.id, forced.value);
+  for (const int32_t id : kForcedOff) settings.SetBool(id, false);
+  if (settings.GetInt32(HOST_RENDER_SETTING_RENDERER) == HOST_RENDERER_REPLACED) {
+    settings.SetInt32(HOST_RENDER_SETTING_RENDERER, HOST_RENDERER_STANDARD);
+  }
   return settings;
 }
 
@@ -84,10 +72,10 @@ Container ForcedSettings(const Document& document) {
 /// no bitmap for it.
 bool WarmUp(const Document& document, HostThread* thread) {
   Container settings = ForcedSettings(document);
-  settings.SetInt32(kWidth, kWarmUpSize);
-  settings.SetInt32(kHeight, kWarmUpSize);
-  settings.SetBool(kWarmUpOff, false);
-  settings.SetBool(kWarmUpOn, true);
+  settings.SetInt32(HOST_RENDER_SETTING_WIDTH, kWarmUpSize);
+  settings.SetInt32(HOST_RENDER_SETTING_HEIGHT, kWarmUpSize);
+  settings.SetBool(HOST_RENDER_SETTING_ANTIALIASING, false);
+  settings.SetBool(HOST_RENDER_SETTING_WARM_UP, true);
   Bitmap bitmap;
   if (!bitmap.Init(kWarmUpSize, kWarmUpSize)) return false;
   document.Render(settings, bitmap, HOST_RENDER_EXTERNAL, thread);
@@ -144,18 +132,24 @@ bool StandsInReference(const String& number) {
 
 void PreviewThread::Main() {
   int32_t index = 0;
-  while (index < g_lumicheckSceneCount && !TestBreak() && ProcessScene(index) == Outcome::GoOn) ++index;
-  EndRun(index);
+  // Whatever happens, the run comes to its end and says so: a dialog waits for it.
+  GuardedVoid([&] {
+    while (index < g_lumicheckSceneCount && !TestBreak() && ProcessScene(index)) ++index;
+  });
+  GuardedVoid([&] { EndRun(index); });
+  SendCoreMessage(kLumicheckRunEnded);
 }
 
-PreviewThread::Outcome PreviewThread::ProcessScene(int32_t index) {
+bool PreviewThread::ProcessScene(int32_t index) {
   LumicheckScene& scene = g_lumicheckScenes[index];
   const String number = SceneNumber(index);
   const bool missing = g_lumicheckContinue != 0 && !StandsInReference(number);
   if (g_lumicheckContinue != 0 && !missing) scene.status = kSceneSkipped;
   Announce(index, missing);
-  if (scene.status == kSceneSkipped) return Outcome::GoOn;
-  return WorkOn(scene, number, g_lumicheckBuildReference == 0 && !missing);
+  if (scene.status == kSceneSkipped) return true;
+  const Outcome outcome = WorkOn(scene, number, g_lumicheckBuildReference == 0 && !missing);
+  if (outcome == Outcome::Done && !TestBreak()) WriteLumicheckResult(*g_lumicheckResultFile);
+  return outcome != Outcome::EndRun;
 }
 
 void PreviewThread::Announce(int32_t index, bool missing) {
@@ -183,28 +177,27 @@ void PreviewThread::Announce(int32_t index, bool missing) {
 PreviewThread::Outcome PreviewThread::WorkOn(LumicheckScene& scene, const String& number, bool compare) {
   scene.status = kSceneError;
   const Document document = Document::Load(scene.path, kLoadFlags);
-  if (!document) return Outcome::GoOn;
+  if (!document) return Outcome::NotLoaded;
   ChooseRenderer(document, openGl_ != 0);
   if (!WarmUp(document, Get())) return Outcome::EndRun;
 
   const Container settings = ForcedSettings(document);
   Bitmap bitmap;
-  const Size size = {settings.GetInt32(kWidth), settings.GetInt32(kHeight)};
+  const Size size = {settings.GetInt32(HOST_RENDER_SETTING_WIDTH),
+                     settings.GetInt32(HOST_RENDER_SETTING_HEIGHT)};
   if (!bitmap.Init(size.width, size.height)) return Outcome::EndRun;
   if (compare && !StandsInReference(number)) return Outcome::EndRun;
 
   const int32_t flags = HOST_RENDER_EXTERNAL | (g_lumicheckUseHivecast != 0 ? HOST_RENDER_NETWORK : 0);
-  const int64_t start = Host().system.GetTimer();
+  const int64_t start = GetTimer();
   const bool rendered = document.Render(settings, bitmap, flags, Get());
-  const int64_t end = Host().system.GetTimer();
-  if (rendered) {
-    scene.timeNew = WholeHundredths(end - start);
-    if (!bitmap.SaveTiff(g_lumicheckResultDir->Join(number + ".tif"))) return Outcome::EndRun;
-    scene.status = compare ? kSceneOk : kSceneCreated;
-    if (compare && !CompareWithReference(scene, bitmap, size, number)) return Outcome::EndRun;
-  }
-  if (!TestBreak()) WriteLumicheckResult(*g_lumicheckResultFile);
-  return Outcome::GoOn;
+  const int64_t end = GetTimer();
+  if (!rendered) return Outcome::Done;
+  scene.timeNew = WholeHundredths(end - start);
+  if (!bitmap.SaveTiff(g_lumicheckResultDir->Join(number + ".tif"))) return Outcome::EndRun;
+  scene.status = compare ? kSceneOk : kSceneCreated;
+  if (compare && !CompareWithReference(scene, bitmap, size, number)) return Outcome::EndRun;
+  return Outcome::Done;
 }
 
 void PreviewThread::EndRun(int32_t handled) {
@@ -220,7 +213,6 @@ void PreviewThread::EndRun(int32_t handled) {
     }
     WriteLumicheckResult(*g_lumicheckResultFile);
   }
-  SendCoreMessage(kLumicheckRunEnded);
 }
 
 }  // namespace outfitter

@@ -12,8 +12,8 @@ namespace {
 /// Compiles with the host's script library; false as well where the host has none.
 bool CompileScript(const FileName& source) {
   const auto* library = static_cast<const HostScriptLibrary*>(Host().system.FindLibrary(HOST_LIBRARY_SCRIPT));
-  if (library == nullptr || library->size < sizeof(HostScriptLibrary) || library->Compile == nullptr)
-    return false;
+  constexpr size_t kNeeded = offsetof(HostScriptLibrary, Compile) + sizeof(library->Compile);
+  if (library == nullptr || library->size < kNeeded || library->Compile == nullptr) return false;
   return library->Compile(source.Get(), FileName().Get()) != 0;
 }
 

@@ -10,7 +10,7 @@ struct TinyScene {
   int height = 12;
   int renderer = 1;
   std::string color = "1, 0.5, 0.25, 1";  ///< linear RGBA
-  std::string videoPosts = {};                 ///< JSON, with its own name
+  std::string videoPosts = {};            ///< JSON, with its own name
 };
 
 /// Its text: glTF with its one buffer inside.

@@ -22,7 +22,8 @@
  * (no word)     lent for the length of the call, and no longer.
  * Thread: main  only on the thread that called `vesta_main`.
  * Thread: any   on every thread; such a slot never waits for the main thread. One handle is used by one
- *               thread at a time.
+ *               thread at a time, but for HostThread: while the main thread waits in ThreadEnd, the thread
+ *               itself asks ThreadTestBreak and renders with it.
  * Errors:       what the slot answers then.
  *
  * Truth values are HostBool: 0 is false, anything else is true. Text given as `const char*` ends with a zero
@@ -105,6 +106,7 @@ typedef struct HostContainerValue {
   int32_t integer; /* HOST_VALUE_BOOL, HOST_VALUE_INT32 */
   double real;
   HostContainer* container; /* lent until the outer container changes or ends */
+  int64_t reserved[2];      /* 0 */
 } HostContainerValue;
 
 /* Message containers: the identifier of a container that the host sends to a dialog. */
@@ -142,8 +144,34 @@ enum { HOST_GADGET_FILL_WIDTH = 1, HOST_GADGET_FILL_HEIGHT = 2, HOST_GADGET_DISA
 
 /* Bitmap file formats and documents. */
 #define HOST_FORMAT_TIFF 1100
-enum { HOST_LOAD_OBJECTS = 1, HOST_LOAD_MATERIALS = 2 };
+enum { HOST_LOAD_OBJECTS = 1, HOST_LOAD_MATERIALS = 2 }; /* without one, that part may be left out */
 enum { HOST_RENDER_EXTERNAL = 1, HOST_RENDER_NETWORK = 512 };
+
+/* Render settings that hosts and tools share. Other identifiers are a host's own; tools that force a value in
+ * them do so whatever it means there. */
+enum {
+  HOST_RENDER_SETTING_RENDERER = 5300,    /* integer, HOST_RENDERER_* or a host's own */
+  HOST_RENDER_SETTING_WIDTH = 5008,       /* pixels, integer or real */
+  HOST_RENDER_SETTING_HEIGHT = 5009,      /* pixels, integer or real */
+  HOST_RENDER_SETTING_SAVE_FORMAT = 5033, /* integer, HOST_FORMAT_* */
+  HOST_RENDER_SETTING_ANTIALIASING = 5401, /* truth value */
+  HOST_RENDER_SETTING_WARM_UP = 7011,     /* truth value: the picture of this render is thrown away */
+  HOST_RENDER_SETTING_OVERRIDDEN = 6023   /* integer, 1: a tool has put another renderer in place of the scene's */
+};
+enum {
+  HOST_RENDERER_STANDARD = 0,
+  HOST_RENDERER_PREVIEW = 1,
+  HOST_RENDERER_REPLACED = 1016630, /* test runs render with HOST_RENDERER_STANDARD instead */
+  HOST_RENDERER_PHYSICAL = 1023342, /* also the type of its video post */
+  HOST_RENDERER_OPENGL = 300001061
+};
+/* Parameters of the physical renderer's video post. */
+enum {
+  HOST_PHYSICAL_KERNEL_BUILD = 4000, /* 0 Standard, 1 Embree Faster, 2 Embree Smaller */
+  HOST_PHYSICAL_MODE = 3100          /* test runs render mode 2 as 1 */
+};
+/* The video post in whose flags test runs set this bit value. */
+enum { HOST_VIDEO_POST_FLAGGED = 1001015, HOST_VIDEO_POST_FLAG = 4 };
 
 /* FindLibrary: the script compiler, a HostScriptLibrary. */
 #define HOST_LIBRARY_SCRIPT 1000477
