@@ -91,7 +91,7 @@ std::string runHere(const fs::path& scenes, const std::string& reference, Costs&
   host.commandLine({"-lumicheck", scenes.string(), reference});
   const bench::Cost ownAndWarmUp = bench::Cost::now() - start - g_spent.load - g_spent.render - g_spent.save;
   const bench::Cost own = ownAndWarmUp - g_spent.warmUp;
-  const std::string result = host.services().runLog.resultFolder();
+  std::string result = host.services().runLog.resultFolder();
   requireSuccess(result, reference.empty() ? "CREATED" : "OK ");
   costs.own.push_back(own.wall / kScenes);
   costs.ownProcessor.push_back(own.processor / kScenes);
@@ -128,9 +128,7 @@ void report(const std::string& mode, const Costs& costs) {
   bench::report(mode + "_process", costs.process);
 }
 
-}  // namespace
-
-int main() {
+void measure() {
   const test::TempFolder folder;
   test::TinyScene scene;
   scene.width = 640;
@@ -146,4 +144,16 @@ int main() {
   }
   report("building", building);
   report("comparing", comparing);
+}
+
+}  // namespace
+
+int main() {
+  try {
+    measure();
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
 }

@@ -139,9 +139,7 @@ void completeTable(const fs::path& file) {
   test::writeText(file, text);
 }
 
-}  // namespace
-
-int main() {
+void measure() {
   const test::TempFolder folder;
   const fs::path scenes = folder / "scenes";
   makeScenes(scenes);
@@ -156,4 +154,16 @@ int main() {
   bench::report("first_rewrite", g_times.firstRewrite);
   bench::report("rewrite", g_times.rewrite);
   bench::report("read", g_times.read);
+}
+
+}  // namespace
+
+int main() {
+  try {
+    measure();
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
 }
