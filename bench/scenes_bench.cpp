@@ -1,10 +1,10 @@
 // What Lumicheck itself costs a scene: the wall time of a whole run less loading, rendering and saving.
 // Figures are milliseconds a scene, medians of several runs over the same small scenes.
 //
-// In this process the real module runs in the real host, and the slots that load, render and save also look at
-// the clock; so the warm-up render that goes before each measured one can be told from the module's own work.
-// In a process of its own the program runs from start to exit, and its run record says what is taken off; there
-// the warm-up, the start and the judgement of the result count as own cost.
+// In this process the real module runs in the real host, and the slots that load, render and save also look
+// at the clock; so the warm-up render that goes before each measured one can be told from the module's own
+// work. In a process of its own the program runs from start to exit, and its run record says what is taken
+// off; there the warm-up, the start and the judgement of the result count as own cost.
 
 #include <cstdlib>
 #include <filesystem>
@@ -22,7 +22,7 @@ constexpr int kScenes = 100;
 constexpr int kRepeats = 5;
 
 struct Spent {
-  double load = 0, warmUp = 0, render = 0, save = 0;  // milliseconds, all scenes
+  bench::Cost load, warmUp, render, save;  // all scenes together
 };
 
 const HostTables g_inner = host::hostTables();
@@ -30,21 +30,21 @@ Spent g_spent;
 bool g_warm = false;
 
 HostDocument* timedLoad(const HostFileName* name, int32_t flags) {
-  const bench::AddTime time(g_spent.load);
+  const bench::AddCost cost(g_spent.load);
   g_warm = false;
   return g_inner.documents->LoadDocument(name, flags);
 }
 
 int32_t timedRender(HostDocument* document, const HostContainer* settings, HostBitmap* bitmap, int32_t flags,
                     HostThread* thread) {
-  const bench::AddTime time(g_warm ? g_spent.render : g_spent.warmUp);
+  const bench::AddCost cost(g_warm ? g_spent.render : g_spent.warmUp);
   g_warm = true;
   return g_inner.documents->RenderDocument(document, settings, bitmap, flags, thread);
 }
 
 HostBool timedSave(const HostBitmap* bitmap, const HostFileName* name, int32_t format,
                    const HostContainer* settings) {
-  const bench::AddTime time(g_spent.save);
+  const bench::AddCost cost(g_spent.save);
   return g_inner.bitmaps->BitmapSave(bitmap, name, format, settings);
 }
 
@@ -69,7 +69,7 @@ class TimedTables {
 };
 
 struct Costs {
-  std::vector<double> own, ownAndWarmUp, process;
+  std::vector<double> own, ownProcessor, ownAndWarmUp, process;
 };
 
 /// A run that skips work is no measure: every row must have `status`.
@@ -87,13 +87,15 @@ std::string runHere(const fs::path& scenes, const std::string& reference, Costs&
   options.tables = &tables.get();
   test::TestHost host(options);
   g_spent = {};
-  const auto start = bench::Clock::now();
+  const bench::Cost start = bench::Cost::now();
   host.commandLine({"-lumicheck", scenes.string(), reference});
-  const double own = bench::millisecondsSince(start) - g_spent.load - g_spent.render - g_spent.save;
-  const std::string result = host.services().runLog.resultFolder();
+  const bench::Cost ownAndWarmUp = bench::Cost::now() - start - g_spent.load - g_spent.render - g_spent.save;
+  const bench::Cost own = ownAndWarmUp - g_spent.warmUp;
+  std::string result = host.services().runLog.resultFolder();
   requireSuccess(result, reference.empty() ? "CREATED" : "OK ");
-  costs.own.push_back((own - g_spent.warmUp) / kScenes);
-  costs.ownAndWarmUp.push_back(own / kScenes);
+  costs.own.push_back(own.wall / kScenes);
+  costs.ownProcessor.push_back(own.processor / kScenes);
+  costs.ownAndWarmUp.push_back(ownAndWarmUp.wall / kScenes);
   return result;
 }
 
@@ -120,14 +122,13 @@ void runProgram(const test::TempFolder& folder, const std::string& reference, Co
 }
 
 void report(const std::string& mode, const Costs& costs) {
-  bench::report((mode + "_own").c_str(), bench::medianOf(costs.own));
-  bench::report((mode + "_own_and_warm_up").c_str(), bench::medianOf(costs.ownAndWarmUp));
-  bench::report((mode + "_process").c_str(), bench::medianOf(costs.process));
+  bench::report(mode + "_own", costs.own);
+  bench::report(mode + "_own_processor", costs.ownProcessor);
+  bench::report(mode + "_own_and_warm_up", costs.ownAndWarmUp);
+  bench::report(mode + "_process", costs.process);
 }
 
-}  // namespace
-
-int main() {
+void measure() {
   const test::TempFolder folder;
   test::TinyScene scene;
   scene.width = 640;
@@ -143,4 +144,16 @@ int main() {
   }
   report("building", building);
   report("comparing", comparing);
+}
+
+}  // namespace
+
+int main() {
+  try {
+    measure();
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
 }
