@@ -20,9 +20,16 @@ constexpr int32_t kLongestText = 1 << 28;
 bool String::ToBytes(std::string& bytes, int32_t encoding) const {
   bytes.clear();
   if (Get() == nullptr) return false;
+  // Most texts are short, and one call is enough for them.
+  char buffer[512];
+  const int32_t count = Host().strings.StringToCString(Get(), buffer, sizeof buffer, encoding);
+  if (count < 0) return false;
+  if (count < static_cast<int32_t>(sizeof buffer) - 1) {
+    bytes.assign(buffer, static_cast<size_t>(count));
+    return true;
+  }
   const int32_t length = Host().strings.StringToCStringLength(Get(), encoding);
-  if (length <= 0) return IsEmpty();
-  if (length > kLongestText) return false;
+  if (length <= 0 || length > kLongestText) return false;
   bytes.resize(static_cast<size_t>(length));
   // The terminating zero goes where std::string keeps its own.
   if (Host().strings.StringToCString(Get(), bytes.data(), length + 1, encoding) == length) return true;

@@ -3,6 +3,7 @@
 #include "host/services/utf8.h"
 
 #include <locale.h>
+#include <algorithm>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
@@ -37,6 +38,8 @@ void appendUtf8(std::string& out, uint32_t code) {
 }
 
 std::u16string readUtf8(std::string_view bytes) {
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  if (std::all_of(bytes.begin(), bytes.end(), isAscii)) return {bytes.begin(), bytes.end()};
   std::u16string text;
   text.reserve(bytes.size());
   for (size_t i = 0; i < bytes.size();) {
@@ -55,6 +58,8 @@ std::u16string readUtf8(std::string_view bytes) {
 }
 
 std::string writeUtf8(std::u16string_view text) {
+  // Nearly all text is ASCII.
+  if (std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; })) return {text.begin(), text.end()};
   std::string bytes;
   bytes.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
