@@ -22,7 +22,8 @@ RunRecord sampleRecord() {
   record.threads = 4;
   record.started = "2026-11-22T21:47:00Z";
   record.totalMs = 1234.567;
-  record.scenes = {{"/scenes/a.vesta", 1.5, 20.25, 0.1}, {"/scenes/\xc3\x28 \x80.vesta", 0, 3, 4}};
+  record.scenes = {{"/scenes/a.vesta", 1.5, 20.25, 0.1},
+                   {"/scenes/\xc3\x28 \x80.vesta", 0, 3, 4, "no such \xff"}};
   return record;
 }
 
@@ -39,7 +40,30 @@ TEST(RunRecord, survivesTheWayThroughAFile) {
   ASSERT_EQ(read.scenes.size(), 2U);
   EXPECT_EQ(read.scenes[1].scene, record.scenes[1].scene);
   EXPECT_EQ(read.scenes[0].renderMs, 20.25);
+  EXPECT_EQ(read.scenes[0].failure, "");
+  EXPECT_EQ(read.scenes[1].failure, "no such \xff");
   EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 1);  // no temporary file stays
+}
+
+TEST(RunRecord, aContinuedRunKeepsWhatTheEarlierSessionDid) {
+  RunRecord earlier = sampleRecord();
+  earlier.scenes = {{"/a", 1, 1, 1}, {"/b", 0, 0, 0, "stopped"}, {"/c", 1, 1, 1}};
+  earlier.totalMs = 100;
+  RunRecord now;
+  now.referenceFolder = "/the/result/folder";
+  now.started = "2026-11-23T08:00:00Z";
+  now.threads = 2;
+  now.totalMs = 10;
+  now.scenes = {{"/b", 2, 2, 2}, {"/d", 2, 2, 2}};
+  const RunRecord both = continued(earlier, now);
+  std::string order;
+  for (const SceneTimes& times : both.scenes) order += times.scene;
+  EXPECT_EQ(order, "/a/c/b/d");
+  EXPECT_EQ(both.scenes[2].failure, "");
+  EXPECT_EQ(both.totalMs, 110);
+  EXPECT_EQ(both.started, earlier.started);
+  EXPECT_EQ(both.referenceFolder, earlier.referenceFolder);
+  EXPECT_EQ(both.threads, 2);
 }
 
 TEST(RunRecord, errorsNameTheFieldAndUnknownOnesAreIgnored) {
@@ -85,6 +109,8 @@ TEST(Text, onlyWhatCannotHarmReachesTerminalsAndXml) {
   EXPECT_EQ(
       xmlEscaped("<a b=\"c\" d='e'>&\n\x01\xff\xef\xbf\xbf\xc3\xa4"),
       "&lt;a b=&quot;c&quot; d=&apos;e&apos;&gt;&amp;&#10;\xef\xbf\xbd\xef\xbf\xbd\xef\xbf\xbd\xc3\xa4");
+  EXPECT_EQ(shellEscaped("/my scenes/\xc3\xa4's $(x)!\\"), "/my\\ scenes/\xc3\xa4\\'s\\ \\$\\(x\\)\\!\\\\");
+  EXPECT_EQ(shellEscaped("/plain-1.0/_a"), "/plain-1.0/_a");
   EXPECT_FALSE(isUtf8("\xc0\xaf"));          // overlong
   EXPECT_FALSE(isUtf8("\xf4\x90\x80\x80"));  // beyond the last character
   EXPECT_FALSE(isUtf8("\xe2\x82"));          // cut off

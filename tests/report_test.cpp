@@ -1,5 +1,6 @@
 // Reading, measuring and judging a result folder.
 
+#include <atomic>
 #include <random>
 
 #include "host/report/describe.h"
@@ -302,27 +303,78 @@ TEST_F(ComparedRun, imagesThatAreNotAsTheTableSaysAreErrors) {
   writeFile(root_ / "run/0001d.tif", "II* and then nothing of use");
   EXPECT_EQ(problemOfFirst().substr(0, 11), "0001d.tif: ");
   rows_ = {row(1, "CREATED", "1.00", "/s/a.vesta"), row(2, "SKIPPED", "1.00", "/s/b.vesta")};
-  fs::remove(root_ / "run/0002.tif");
   EXPECT_EQ(describe(check({})),
             "Note: cannot read " + (root_ / "ref/_result.txt").string() +
                 ": No such file or directory\n\n"
                 "2 scenes: 1 CREATED, 1 SKIPPED\nRender time: 1.00 s.\n"
                 "Good: 1 reference image made, 1 there already; nothing was compared.\n");
-  fs::remove(root_ / "run/0001.tif");
-  EXPECT_EQ(problemOfFirst(), "0001.tif: no such file");
+  for (const char* status : {"CREATED", "SKIPPED"}) {
+    rows_[0] = row(1, status, "1.00", "/s/a.vesta");
+    writeFile(root_ / "run/0001.tif", "II* and then nothing of use");
+    EXPECT_EQ(problemOfFirst().substr(0, 10), "0001.tif: ");
+    fs::remove(root_ / "run/0001.tif");
+    EXPECT_EQ(problemOfFirst(), "0001.tif: no such file");
+  }
 }
 
 TEST_F(ComparedRun, aChangedReferenceIsNoticedAndAMissingOneDoesNotHinder) {
   saveImage(root_ / "ref/0002.tif", flatImage(10, 10, 30));
   EXPECT_NE(describe(check({})).find("reference 30, now 18 (an image was replaced after the run)"),
             std::string::npos);
+  const std::string unused = "Note: 1 reference image could not be used for the values of worst pixels: ";
+  saveImage(root_ / "ref/0002.tif", flatImage(5, 10, 30));
+  EXPECT_NE(describe(check({})).find(unused + "reference image 0002.tif is 5 x 10, new image 10 x 10\n"),
+            std::string::npos);
   fs::remove(root_ / "ref/0002.tif");
-  EXPECT_NE(describe(check({})).find("largest 8 at (5, 9) green; 1 %"), std::string::npos);
+  const std::string without = describe(check({}));
+  EXPECT_NE(without.find("largest 8 at (5, 9) green; 1 %"), std::string::npos);
+  EXPECT_NE(without.find(unused + "reference image 0002.tif: no such file\n"), std::string::npos);
   rows_[1] = row(2, "ERROR", "0.00", "/s/b.vesta");
   EXPECT_EQ(check({}).scenes[1].measure.problem, "reference has no 0002.tif");
   fs::remove(root_ / "run/0002.tif");  // and now a continued build, which is its own reference
   const Verdict continued = checkFolder(root_ / "run", {root_ / "run", 1}, {});
   EXPECT_EQ(continued.scenes[1].measure.problem, "no image: not loaded, not rendered, or stopped");
+}
+
+TEST_F(ComparedRun, aSceneThatFailedInBothRunsIsNotBlamedOnTheReference) {
+  rows_ = {row(1, "ERROR", "0.00", "/s/a.vesta"), okRow(2, "0.06", "0.05", "+20.00%", "None", "/s/b.vesta")};
+  for (const char* image : {"ref/0001.tif", "run/0001.tif", "run/0001d.tif"}) fs::remove(root_ / image);
+  const auto cause = [&] { return explain(check({}).scenes[0]); };
+  EXPECT_EQ(cause(), "no image: not loaded, not rendered, or stopped");
+  RunRecord record;
+  record.scenes = {{"/s/a.vesta", 1, 0, 0, "meshes: not a list"}, {"/s/b.vesta", 1, 1, 1, "of no ERROR row"}};
+  writeRunRecord(root_ / "run", record);
+  EXPECT_EQ(cause(), "meshes: not a list");
+  EXPECT_EQ(check({100, {}}).scenes[1].outcome, Outcome::Good);
+  rows_[1] = row(2, "PENDING", "0.00", "/s/b.vesta");
+  EXPECT_EQ(cause(), "meshes: not a list") << "the record knows better than the files";
+  fs::remove(root_ / "run/_run.json");
+  EXPECT_EQ(cause(), "reference has no 0001.tif");
+}
+
+TEST_F(ComparedRun, aStoppedMeasureIsNoVerdict) {
+  check({});
+  for (const int threads : {1, 2}) {
+    std::atomic<int> images = 0;
+    const auto stopAtSecond = [&] { return ++images > 1; };
+    EXPECT_THROW(checkFolder(root_ / "run", {root_ / "ref", threads, stopAtSecond}, {}), MeasureStopped);
+  }
+}
+
+TEST_F(ComparedRun, aMissingReferenceFolderIsTheLastWord) {
+  Limits limits;
+  limits.missingReference = "/no/where";
+  rows_ = {row(1, "CREATED", "1.00", "/s/a.vesta"), row(2, "CREATED", "1.00", "/s/b.vesta")};
+  const Verdict made = check(limits);
+  EXPECT_EQ(exitStatus(made), 2);
+  EXPECT_TRUE(
+      describe(made).ends_with("\nNothing was compared: the reference folder '/no/where' does not "
+                               "exist; 2 reference images made.\n"))
+      << describe(made);
+  rows_[0] = row(1, "ERROR", "0.00", "/s/a.vesta");
+  const std::string text = describe(check(limits));
+  EXPECT_TRUE(text.starts_with("In ERROR: 1 scene\n")) << text;
+  EXPECT_TRUE(text.ends_with("does not exist; 1 reference image made, 1 in ERROR.\n")) << text;
 }
 
 TEST_F(ComparedRun, otherMachinesAndOtherScenesAreNamed) {
@@ -373,7 +425,9 @@ TEST_F(ComparedRun, exitStatusTellsWrongFromUnreadable) {
             "Cannot judge " + run + ": reference " + (root_ / "none").string() + " is not a folder.\n");
   writeFile(root_ / "run/_result.txt", kHeader + "\n");
   EXPECT_EQ(unusable(run, {}), "Cannot judge " + run + ": no scene in its table, nothing was tested.\n");
+  EXPECT_TRUE(checkFolder(run, {}, {}).tableEmpty);
   writeFile(root_ / "run/_result.txt", kHeader + "\nrubbish\n");
+  EXPECT_FALSE(checkFolder(run, {}, {}).tableEmpty);
   EXPECT_EQ(unusable(run, {}),
             "Cannot judge " + run + ": " + run + "/_result.txt, line 2: row 1 was expected.\n");
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ctime>
+#include <filesystem>
 #include <thread>
 
 #include "host/app/exit_status.h"
@@ -10,6 +11,7 @@
 #include "host/report/describe.h"
 #include "host/report/json_report.h"
 #include "host/report/junit.h"
+#include "host/report/text.h"
 #include "host/services/paths.h"
 #include "host/services/text.h"
 #include "host/services/threads.h"
@@ -47,13 +49,21 @@ RunRecord recordOf(const HostServices& services, const RunRequest& run,
   return record;
 }
 
+/// A build that goes on in its own result folder keeps what the sessions before it recorded there.
+RunRecord withEarlierSessions(const std::string& folder, const RunRequest& run, RunRecord record) {
+  std::error_code error;
+  if (!std::filesystem::equivalent(folder, run.referenceFolder, error)) return record;
+  const std::optional<RunRecord> earlier = readRunRecord(folder);
+  return earlier ? continued(*earlier, std::move(record)) : record;
+}
+
 /// Those who come with glTF files learn how to make scenes of them.
 void offerAdoption(Console& console, const std::string& scenesFolder) {
   constexpr std::size_t kEnough = 1000;
   const std::size_t count = countGltfFiles(scenesFolder, kEnough);
   if (count == 0) return;
   console.print((count == kEnough ? "1000 or more" : std::to_string(count)) +
-                " glTF files are there. 'vesta adopt " + scenesFolder +
+                " glTF files are there. 'vesta adopt " + shellEscaped(scenesFolder) +
                 " LINKS' makes scenes of them, as links in the folder LINKS.");
 }
 
@@ -75,10 +85,14 @@ bool isGoodNews(const std::string& box) {
   return box == "Lumicheck successful!" || box == "No changes!" || updated;
 }
 
-}  // namespace
+Verdict checkUntilStopped(const std::string& folder, const JudgeOptions& options) {
+  MeasureOptions measure = options.measure;
+  measure.stopped = interruptRequested;
+  return checkFolder(folder, measure, options.limits);
+}
 
-int checkResult(Console& console, const std::string& folder, const JudgeOptions& options) {
-  const Verdict verdict = checkFolder(folder, options.measure, options.limits);
+/// Prints a verdict and writes the reports. Answers the exit status.
+int tell(Console& console, const Verdict& verdict, const JudgeOptions& options) {
   std::string text = describe(verdict, options.verbose);
   if (!text.empty() && text.back() == '\n') text.pop_back();
   if (verdict.unusable.empty()) {
@@ -95,6 +109,37 @@ int checkResult(Console& console, const std::string& folder, const JudgeOptions&
   return exitStatus(verdict);
 }
 
+int tellStopped(Console& console) {
+  console.print("Stopped.");
+  return kExitStopped;
+}
+
+/// The verdict on a run that has just ended.
+int judgeRun(Console& console, const std::string& folder, const RunRequest& run, JudgeOptions options) {
+  if (interruptRequested()) return tellStopped(console);
+  if (!run.referenceFolder.empty() && !folderExists(run.referenceFolder)) {
+    options.limits.missingReference = run.referenceFolder;
+  }
+  try {
+    const Verdict verdict = checkUntilStopped(folder, options);
+    const int status = tell(console, verdict, options);
+    if (verdict.tableEmpty) offerAdoption(console, normalPath(run.scenesFolder));
+    return status;
+  } catch (const MeasureStopped&) {
+    return tellStopped(console);
+  }
+}
+
+}  // namespace
+
+int checkResult(Console& console, const std::string& folder, const JudgeOptions& options) {
+  try {
+    return tell(console, checkUntilStopped(folder, options), options);
+  } catch (const MeasureStopped&) {
+    return tellStopped(console);
+  }
+}
+
 int finishRun(HostServices& services, const RunRequest& run, const JudgeOptions& options,
               std::chrono::system_clock::time_point started) {
   Console& console = services.console;
@@ -104,17 +149,11 @@ int finishRun(HostServices& services, const RunRequest& run, const JudgeOptions&
     return kExitUsage;
   }
   try {
-    writeRunRecord(folder, recordOf(services, run, started));
+    writeRunRecord(folder, withEarlierSessions(folder, run, recordOf(services, run, started)));
   } catch (const ReportError& error) {
     console.printError(error.what());
   }
-  int status = checkResult(console, folder, options);
-  if (status == kExitUsage) offerAdoption(console, normalPath(run.scenesFolder));
-  if (!run.referenceFolder.empty() && !folderExists(run.referenceFolder)) {
-    console.printError("The reference folder '" + run.referenceFolder +
-                       "' does not exist: nothing was compared.");
-    status = graver(status, kExitUsage);
-  }
+  const int status = judgeRun(console, folder, run, options);
   console.print("Result: " + folder);
   return status;
 }

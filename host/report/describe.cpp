@@ -137,7 +137,8 @@ std::string goodSentence(const Verdict& verdict, const Summary& summary) {
   return scenes + formatted("no difference over %.4g %%.", verdict.limits.maxDiff);
 }
 
-std::string wrongSentence(const Verdict& verdict, const Summary& summary) {
+/// "1 in ERROR, 2 different"; empty when nothing is wrong.
+std::string describeWrong(const Verdict& verdict, const Summary& summary) {
   struct Phrase {
     Outcome outcome;
     const char* text;
@@ -153,7 +154,15 @@ std::string wrongSentence(const Verdict& verdict, const Summary& summary) {
     if (count > 0) text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + phrase.text;
   }
   if (verdict.tableCutOff) text += text.empty() ? "the table is cut off" : ", and the table is cut off";
-  return "Wrong: " + text + ".";
+  return text;
+}
+
+std::string missingReferenceSentence(const Verdict& verdict, const Summary& summary) {
+  const std::string wrong = describeWrong(verdict, summary);
+  return "Nothing was compared: the reference folder '" + verdict.limits.missingReference +
+         "' does not exist; " +
+         counted(summary.outcomes[static_cast<std::size_t>(Outcome::Created)], "reference image") + " made" +
+         (wrong.empty() ? "" : ", " + wrong) + ".";
 }
 
 }  // namespace
@@ -195,14 +204,13 @@ std::string explain(const SceneVerdict& scene) {
 }
 
 std::string verdictSentence(const Verdict& verdict) {
-  switch (exitStatus(verdict)) {
-    case 0:
-      return goodSentence(verdict, summarise(verdict));
-    case 1:
-      return wrongSentence(verdict, summarise(verdict));
-    default:
-      return "Cannot judge " + verdict.folder.string() + ": " + verdict.unusable + ".";
+  if (!verdict.unusable.empty()) {
+    return "Cannot judge " + verdict.folder.string() + ": " + verdict.unusable + ".";
   }
+  const Summary summary = summarise(verdict);
+  if (!verdict.limits.missingReference.empty()) return missingReferenceSentence(verdict, summary);
+  if (exitStatus(verdict) == 0) return goodSentence(verdict, summary);
+  return "Wrong: " + describeWrong(verdict, summary) + ".";
 }
 
 const char* channelName(int channel) {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <atomic>
-#include <functional>
 #include <system_error>
 #include <thread>
+#include <unordered_map>
 
 #include "host/report/notes.h"
 #include "host/report/text.h"
@@ -49,21 +49,21 @@ class SceneMeter {
     if (!isFolder(reference_) || fs::equivalent(folder_, reference_, error)) reference_.clear();
   }
 
-  /// Never throws for what a file holds: it ends in `problem`.
-  void measure(SceneMeasure& scene) const {
+  /// Never throws for what a file holds: it ends in `problem`. A problem that is known already stays.
+  void measure(SceneMeasure& scene, bool endedRun) const {
     try {
       switch (scene.row.status) {
         case SceneStatus::Ok:
           measureCompared(scene);
           break;
         case SceneStatus::Created:
+        case SceneStatus::Skipped:
           readNew(scene.row.number);
           break;
         case SceneStatus::Error:
-          scene.problem = findCause(scene.row.number);
+          if (scene.problem.empty()) scene.problem = findCause(scene.row.number, endedRun);
           break;
         case SceneStatus::Pending:
-        case SceneStatus::Skipped:
           break;
       }
     } catch (const std::exception& error) {
@@ -91,32 +91,43 @@ class SceneMeter {
     } catch (const ImageError& error) {
       throw ImageError(name + ": " + error.what());
     }
-    if (scene.difference->maximum > 0) scene.worst = worstPixel(number, *scene.difference, now);
-  }
-
-  std::optional<PixelPair> worstPixel(int number, const Difference& difference, const Image& now) const {
-    if (reference_.empty()) return std::nullopt;
+    if (scene.difference->maximum == 0 || reference_.empty()) return;
     try {
-      const Image reference = readReference(number);
-      if (!sameSize(reference, now) || reference.channels != 3 || now.channels != 3) return std::nullopt;
-      const std::size_t pixel = static_cast<std::size_t>(difference.y) * static_cast<std::size_t>(now.width) +
-                                static_cast<std::size_t>(difference.x);
-      const std::size_t byte = pixel * 3 + static_cast<std::size_t>(difference.channel);
-      return PixelPair{reference.pixels[byte], now.pixels[byte]};
-    } catch (const ImageError&) {
-      return std::nullopt;  // the difference stands without it
+      scene.worst = worstPixel(number, *scene.difference, now);
+    } catch (const ImageError& error) {
+      scene.referenceProblem = error.what();  // the difference stands without it
     }
   }
 
-  std::string findCause(int number) const {
+  PixelPair worstPixel(int number, const Difference& difference, const Image& now) const {
+    const Image reference = readReference(number);
+    if (!sameSize(reference, now)) {
+      throw ImageError("reference image " + imageName(number) + " is " + sizeOf(reference) + ", new image " +
+                       sizeOf(now));
+    }
+    if (reference.channels != 3 || now.channels != 3) {
+      throw ImageError("reference image " + imageName(number) + " or the new one is not RGB");
+    }
+    const std::size_t pixel = static_cast<std::size_t>(difference.y) * static_cast<std::size_t>(now.width) +
+                              static_cast<std::size_t>(difference.x);
+    const std::size_t byte = pixel * 3 + static_cast<std::size_t>(difference.channel);
+    return PixelPair{reference.pixels[byte], now.pixels[byte]};
+  }
+
+  /// A reference image that is missing or of another size ends a run, so it is the cause only where one
+  /// ended: a scene that could not be loaded in either run has none, and the run went on.
+  std::string findCause(int number, bool endedRun) const {
     const std::string name = imageName(number);
-    if (!reference_.empty() && !isFile(reference_ / name)) return "reference has no " + name;
+    const bool suspectReference = endedRun && !reference_.empty();
+    if (suspectReference && !isFile(reference_ / name)) return "reference has no " + name;
     if (!isFile(folder_ / name)) return "no image: not loaded, not rendered, or stopped";
     const Image now = readNew(number);
     if (reference_.empty()) return "";
-    const Image reference = readReference(number);
-    if (!sameSize(now, reference)) {
-      return "reference image is " + sizeOf(reference) + ", new image " + sizeOf(now);
+    if (suspectReference) {
+      const Image reference = readReference(number);
+      if (!sameSize(now, reference)) {
+        return "reference image is " + sizeOf(reference) + ", new image " + sizeOf(now);
+      }
     }
     return isFile(folder_ / differenceImageName(number)) ? "" : "difference image was not saved";
   }
@@ -125,14 +136,23 @@ class SceneMeter {
   fs::path reference_;  // empty: none to look at
 };
 
-/// Calls work(0) ... work(count - 1) on `threads` threads, the calling one among them.
-void forEachInParallel(std::size_t count, int threads, const std::function<void(std::size_t)>& work) {
+/// Calls work(0) ... work(count - 1) on options.threads threads, the calling one among them. Throws
+/// MeasureStopped when it was stopped before all were done.
+void forEachInParallel(std::size_t count, const MeasureOptions& options,
+                       const std::function<void(std::size_t)>& work) {
   std::atomic<std::size_t> next = 0;
+  std::atomic<bool> stopped = false;
   const auto run = [&] {
-    for (std::size_t i = next++; i < count; i = next++) work(i);
+    for (std::size_t i = next++; i < count && !stopped; i = next++) {
+      if (options.stopped()) {
+        stopped = true;
+      } else {
+        work(i);
+      }
+    }
   };
-  const std::size_t wanted =
-      threads > 0 ? static_cast<std::size_t>(threads) : std::max(1U, std::thread::hardware_concurrency());
+  const std::size_t wanted = options.threads > 0 ? static_cast<std::size_t>(options.threads)
+                                                 : std::max(1U, std::thread::hardware_concurrency());
   std::vector<std::jthread> helpers;
   helpers.reserve(wanted);
   try {
@@ -141,6 +161,8 @@ void forEachInParallel(std::size_t count, int threads, const std::function<void(
     // No more threads to be had; those that run are enough.
   }
   run();
+  helpers.clear();  // waits for them
+  if (stopped) throw MeasureStopped();
 }
 
 std::optional<RunRecord> readRecordOrNote(const fs::path& folder, std::vector<std::string>& notes) {
@@ -180,6 +202,34 @@ void compareWithReference(const ResultTable& table, FolderMeasures& measures) {
   }
 }
 
+/// The causes that the run itself recorded: what ended one scene is known to nobody else.
+void takeRecordedFailures(FolderMeasures& measures) {
+  if (!measures.record) return;
+  std::unordered_map<std::string, std::string> failures;
+  for (const SceneTimes& times : measures.record->scenes) {
+    if (!times.failure.empty()) failures[times.scene] = times.failure;
+  }
+  for (SceneMeasure& scene : measures.scenes) {
+    if (scene.row.status != SceneStatus::Error) continue;
+    const auto failure = failures.find(scene.row.path);
+    if (failure != failures.end()) scene.problem = failure->second;
+  }
+}
+
+void noteUnusedReferences(FolderMeasures& measures) {
+  const auto unused = [](const SceneMeasure& scene) { return !scene.referenceProblem.empty(); };
+  const auto first = std::find_if(measures.scenes.begin(), measures.scenes.end(), unused);
+  if (first == measures.scenes.end()) return;
+  const auto count = std::count_if(first, measures.scenes.end(), unused);
+  measures.notes.push_back(counted(static_cast<std::size_t>(count), "reference image") +
+                           " could not be used for the values of worst pixels: " + first->referenceProblem);
+}
+
+/// Whether the run came no further than scene `i`.
+bool isLastTouched(const std::vector<SceneMeasure>& scenes, std::size_t i) {
+  return i + 1 == scenes.size() || scenes[i + 1].row.status == SceneStatus::Pending;
+}
+
 }  // namespace
 
 FolderMeasures measureFolder(const fs::path& folder, const MeasureOptions& options) {
@@ -195,9 +245,12 @@ FolderMeasures measureFolder(const fs::path& folder, const MeasureOptions& optio
     SceneMeasure& scene = measures.scenes.emplace_back();
     scene.row = row;
   }
+  takeRecordedFailures(measures);
   const SceneMeter meter(folder, measures.reference);
-  forEachInParallel(measures.scenes.size(), options.threads,
-                    [&](std::size_t i) { meter.measure(measures.scenes[i]); });
+  forEachInParallel(measures.scenes.size(), options, [&](std::size_t i) {
+    meter.measure(measures.scenes[i], isLastTouched(measures.scenes, i));
+  });
+  noteUnusedReferences(measures);
   return measures;
 }
 

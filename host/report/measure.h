@@ -2,7 +2,9 @@
 // Gathers what a result folder and its reference hold, without any judgement.
 
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,8 +24,9 @@ struct SceneMeasure {
   ResultRow row;
   std::optional<Difference> difference;  ///< of OK rows whose two images can be read
   std::optional<PixelPair> worst;        ///< at the difference's largest byte; needs the reference image
-  /// OK and CREATED: why an image that the row promises cannot be used, else empty.
-  /// ERROR: the cause, where files tell it, else empty.
+  std::string referenceProblem;          ///< why `worst` is missing although there is a reference
+  /// OK, CREATED, SKIPPED: why an image that the row promises cannot be used, else empty.
+  /// ERROR: the cause, where record or files tell it, else empty.
   std::string problem;
 };
 
@@ -39,11 +42,18 @@ struct FolderMeasures {
 struct MeasureOptions {
   std::optional<std::filesystem::path> reference;  ///< nothing: as the run's record says
   int threads = 0;                                 ///< that read images; 0: every core
+  /// Asked before every image, by all those threads.
+  std::function<bool()> stopped = [] { return false; };
+};
+
+/// MeasureOptions::stopped ended it: there is nothing to judge.
+struct MeasureStopped : std::runtime_error {
+  MeasureStopped() : std::runtime_error("stopped") {}
 };
 
 /// Reads table, record and images of `folder`, and what it needs of the reference. Scenes whose images
 /// cannot be read say so in `problem`. Thread: any. Throws ReportError when the folder or its table cannot be
-/// read, or options.reference is no folder.
+/// read, or options.reference is no folder; MeasureStopped.
 FolderMeasures measureFolder(const std::filesystem::path& folder, const MeasureOptions& options);
 
 }  // namespace host

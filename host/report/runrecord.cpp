@@ -1,6 +1,7 @@
 #include "host/report/runrecord.h"
 
 #include <nlohmann/json.hpp>
+#include <unordered_set>
 
 #include "host/report/jsonbytes.h"
 
@@ -17,10 +18,12 @@ constexpr int kDeepestNesting = 64;
 constexpr std::size_t kLongestReason = 300;  // bytes: the parser quotes what it read, however long
 
 ordered_json toJson(const SceneTimes& times) {
-  return {{"scene", bytesToJson(times.scene)},
-          {"loadMs", times.loadMs},
-          {"renderMs", times.renderMs},
-          {"saveMs", times.saveMs}};
+  ordered_json json = {{"scene", bytesToJson(times.scene)},
+                       {"loadMs", times.loadMs},
+                       {"renderMs", times.renderMs},
+                       {"saveMs", times.saveMs}};
+  if (!times.failure.empty()) json["failure"] = bytesToJson(times.failure);
+  return json;
 }
 
 /// Takes named fields out of a JSON object; `place` begins the name of a field in errors.
@@ -98,6 +101,21 @@ json parseJson(const std::string& text) {
 
 }  // namespace
 
+RunRecord continued(const RunRecord& earlier, RunRecord now) {
+  std::unordered_set<std::string> again;
+  for (const SceneTimes& times : now.scenes) again.insert(times.scene);
+  std::vector<SceneTimes> scenes;
+  for (const SceneTimes& times : earlier.scenes) {
+    if (again.count(times.scene) == 0) scenes.push_back(times);
+  }
+  scenes.insert(scenes.end(), now.scenes.begin(), now.scenes.end());
+  now.scenes = std::move(scenes);
+  now.started = earlier.started;
+  now.referenceFolder = earlier.referenceFolder;
+  now.totalMs += earlier.totalMs;
+  return now;
+}
+
 std::string runRecordText(const RunRecord& record) {
   ordered_json text = {{"scenesFolder", bytesToJson(record.scenesFolder)},
                        {"referenceFolder", bytesToJson(record.referenceFolder)},
@@ -131,6 +149,7 @@ RunRecord parseRunRecord(const std::string& text) {
     scene.take("loadMs", times.loadMs);
     scene.take("renderMs", times.renderMs);
     scene.take("saveMs", times.saveMs);
+    scene.take("failure", times.failure);
   }
   return record;
 }

@@ -18,6 +18,7 @@ struct SceneTimes {
   double loadMs = 0;  ///< milliseconds, as all three
   double renderMs = 0;
   double saveMs = 0;
+  std::string failure = {};  ///< why it could not be loaded, rendered or saved, any bytes; empty: it could
 };
 
 struct RunRecord {
@@ -31,6 +32,11 @@ struct RunRecord {
   double totalMs = 0;              ///< of the whole run, milliseconds
   std::vector<SceneTimes> scenes;  ///< in the order they ran
 };
+
+/// The record of a run that went on in the result folder of an earlier one, where `now` is its second
+/// session: the earlier scenes that `now` does not name, then those of `now`; the earlier start and reference
+/// folder; the sum of both totals; all else as in `now`.
+RunRecord continued(const RunRecord& earlier, RunRecord now);
 
 /// The record as JSON text. A path that is not UTF-8 cannot stand in JSON: instead of a string it becomes
 /// {"text": readable form, "hex": its bytes, two digits each}.

@@ -74,6 +74,18 @@ std::string xmlEscaped(std::string_view text) {
   return escaped;
 }
 
+std::string shellEscaped(std::string_view text) {
+  constexpr std::string_view kPlain =
+      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_./-+:,@%=";
+  std::string escaped;
+  for (const char c : text) {
+    const bool beyondAscii = (static_cast<unsigned char>(c) & 0x80U) != 0;
+    if (!beyondAscii && kPlain.find(c) == std::string_view::npos) escaped += '\\';
+    escaped += c;
+  }
+  return escaped;
+}
+
 std::string formatted(const char* format, ...) {
   const CLocale plain;
   std::array<char, 512> buffer;

@@ -14,6 +14,9 @@ namespace host {
 /// UTF-8, become U+FFFD.
 std::string xmlEscaped(std::string_view text);
 
+/// `text` as one word of a shell's command line: a backslash before what a shell takes as its own.
+std::string shellEscaped(std::string_view text);
+
 /// printf for std::string; numbers have a decimal point whatever the locale.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
 

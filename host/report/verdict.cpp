@@ -37,7 +37,7 @@ Outcome judgeScene(const SceneVerdict& scene, const Limits& limits) {
     case SceneStatus::Created:
       return scene.measure.problem.empty() ? Outcome::Created : Outcome::ImageMissing;
     case SceneStatus::Skipped:
-      return Outcome::Skipped;
+      return scene.measure.problem.empty() ? Outcome::Skipped : Outcome::ImageMissing;
   }
   return Outcome::Error;
 }
@@ -93,6 +93,7 @@ Verdict judge(FolderMeasures measures, const Limits& limits) {
     scene.outcome = judgeScene(scene, limits);
   }
   verdict.endedAt = findEnd(verdict.scenes);
+  verdict.tableEmpty = verdict.scenes.empty() && !verdict.tableCutOff;
   if (verdict.scenes.empty()) verdict.unusable = "no scene in its table, nothing was tested";
   if (lacksTimes(verdict)) verdict.notes.push_back("no scene has a reference time: times were not judged");
   return verdict;
@@ -125,7 +126,7 @@ Summary summarise(const Verdict& verdict) {
 }
 
 int exitStatus(const Verdict& verdict) {
-  if (!verdict.unusable.empty()) return 2;
+  if (!verdict.unusable.empty() || !verdict.limits.missingReference.empty()) return 2;
   const auto wrong = [](const SceneVerdict& scene) { return isWrong(scene.outcome); };
   return verdict.tableCutOff || std::any_of(verdict.scenes.begin(), verdict.scenes.end(), wrong) ? 1 : 0;
 }

@@ -16,6 +16,9 @@ struct Limits {
   /// pixel is enough.
   double maxDiff = 0;
   std::optional<double> maxSlower;  ///< percent over the reference time; nothing: times are not judged
+  /// The folder that the run was told to compare with, and that did not exist; empty: no such trouble. What
+  /// the run made instead is listed, but the exit status is 2.
+  std::string missingReference = {};
 };
 
 /// What became of a scene. Good, Created and Skipped are as they should be.
@@ -32,7 +35,8 @@ struct Verdict {
   std::filesystem::path folder;
   std::filesystem::path reference;  ///< empty: none known
   Limits limits;
-  std::string unusable;  ///< why nothing could be judged; empty: it could
+  std::string unusable;     ///< why nothing could be judged; empty: it could
+  bool tableEmpty = false;  ///< the table could be read and has no row
   bool tableCutOff = false;
   int endedAt = 0;  ///< number of the scene at which the run ended before its time; 0: none
   std::vector<SceneVerdict> scenes;
@@ -55,7 +59,8 @@ struct Summary {
 /// Applies the limits. Thread: any. Never throws but for memory.
 Verdict judge(FolderMeasures measures, const Limits& limits);
 
-/// Measures and judges `folder`; what cannot be read ends in Verdict::unusable. Thread: any.
+/// Measures and judges `folder`; what cannot be read ends in Verdict::unusable. Thread: any. Throws
+/// MeasureStopped.
 Verdict checkFolder(const std::filesystem::path& folder, const MeasureOptions& options, const Limits& limits);
 
 Summary summarise(const Verdict& verdict);
