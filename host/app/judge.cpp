@@ -44,7 +44,7 @@ RunRecord recordOf(const HostServices& services, const RunRequest& run,
   const std::chrono::duration<double, std::milli> spent = std::chrono::system_clock::now() - started;
   record.totalMs = spent.count();
   for (const SceneCost& cost : services.runLog.costs()) {
-    record.scenes.push_back({cost.scene, cost.loadMs, cost.renderMs, cost.saveMs});
+    record.scenes.push_back({cost.scene, cost.loadMs, cost.renderMs, cost.saveMs, cost.failure});
   }
   return record;
 }

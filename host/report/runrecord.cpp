@@ -4,6 +4,7 @@
 #include <unordered_set>
 
 #include "host/report/jsonbytes.h"
+#include "host/services/json.h"
 
 namespace host {
 
@@ -14,8 +15,6 @@ using nlohmann::ordered_json;
 namespace {
 
 constexpr std::size_t kLargestRecord = std::size_t{1} << 26;
-constexpr int kDeepestNesting = 64;
-constexpr std::size_t kLongestReason = 300;  // bytes: the parser quotes what it read, however long
 
 ordered_json toJson(const SceneTimes& times) {
   ordered_json json = {{"scene", bytesToJson(times.scene)},
@@ -88,14 +87,10 @@ class ObjectReader {
 };
 
 json parseJson(const std::string& text) {
-  const auto limitNesting = [](int depth, json::parse_event_t, const json&) {
-    if (depth > kDeepestNesting) throw ReportError("nested too deeply");
-    return true;
-  };
   try {
-    return json::parse(text, limitNesting);
-  } catch (const json::exception& error) {
-    throw ReportError("not JSON: " + std::string(error.what()).substr(0, kLongestReason));
+    return parseJsonText(text);
+  } catch (const std::runtime_error& error) {
+    throw ReportError(error.what());
   }
 }
 

@@ -35,20 +35,29 @@ struct FormattedRow {
 // The table is written after every scene, and of its rows one has changed.
 std::vector<FormattedRow>* g_rows = nullptr;
 
+/// The text of the time that was formatted last: neighbours in a table often have the same, above all none.
+struct LastSeconds {
+  double value = 0;
+  std::string text;
+};
+
 /// Puts the fields of one line together. Once a host call has failed the line is not Whole.
 class LineBuilder {
  public:
+  explicit LineBuilder(LastSeconds& lastSeconds) : lastSeconds_(lastSeconds) {}
   void Field(std::string_view field) { AppendField(line_, field); }
   void Blank() { Field(""); }
-  void Int(int32_t value) {
-    Bytes(String::FromInt(value));
-    Field(bytes_);
-  }
   void Real(double value, int32_t before, int32_t after) {
     Bytes(String::FromReal(value, before, after));
     Field(bytes_);
   }
-  void Seconds(double value) { Real(value, -5, 2); }
+  void Seconds(double value) {
+    if (lastSeconds_.text.empty() || lastSeconds_.value != value) {
+      Bytes(String::FromReal(value, -5, 2));
+      lastSeconds_ = {value, bytes_};
+    }
+    Field(lastSeconds_.text);
+  }
   void Percent(double fraction) {
     const double value = fraction * 100;
     Bytes(String::FromReal(value, -5, 2));
@@ -65,13 +74,14 @@ class LineBuilder {
  private:
   void Bytes(const String& text) { whole_ = text.ToBytes(bytes_) && !bytes_.empty() && whole_; }
 
+  LastSeconds& lastSeconds_;
   std::string line_;
   std::string bytes_;
   bool whole_ = true;
 };
 
-bool FormatHeader(const std::string& lineEnd, std::string& text) {
-  LineBuilder line;
+bool FormatHeader(const std::string& lineEnd, LastSeconds& lastSeconds, std::string& text) {
+  LineBuilder line(lastSeconds);
   line.Real(GetHostVersion() * 0.001, -4, 3);
   line.Last(kHeader);
   line.Last(lineEnd);
@@ -93,9 +103,10 @@ void AppendComparison(LineBuilder& line, const LumicheckScene& scene) {
   }
 }
 
-bool FormatRow(int32_t index, const LumicheckScene& scene, const std::string& lineEnd, FormattedRow& row) {
-  LineBuilder line;
-  line.Int(index + 1);
+bool FormatRow(int32_t index, const LumicheckScene& scene, const std::string& lineEnd,
+               LastSeconds& lastSeconds, FormattedRow& row) {
+  LineBuilder line(lastSeconds);
+  line.Field(std::to_string(index + 1));
   line.Field(StatusWord(scene.status));
   line.Seconds(scene.timeNew);
   if (scene.status == kSceneOk) {
@@ -116,13 +127,14 @@ bool FormatTable(std::string& table) {
   if (g_rows == nullptr) g_rows = new std::vector<FormattedRow>;
   auto& rows = *g_rows;
   rows.resize(static_cast<size_t>(g_lumicheckSceneCount));
-  if (!FormatHeader(lineEnd, table)) return false;
+  LastSeconds lastSeconds;
+  if (!FormatHeader(lineEnd, lastSeconds, table)) return false;
   size_t size = table.size();
   for (int32_t i = 0; i < g_lumicheckSceneCount; ++i) {
     LumicheckScene& scene = g_lumicheckScenes[i];
     if (scene.status == kSceneSkipped) scene.timeNew = scene.timeReference;
     auto& row = rows[static_cast<size_t>(i)];
-    if (!row.StillHolds(scene) && !FormatRow(i, scene, lineEnd, row)) return false;
+    if (!row.StillHolds(scene) && !FormatRow(i, scene, lineEnd, lastSeconds, row)) return false;
     size += row.text.size();
   }
   table.reserve(size);
