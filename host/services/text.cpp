@@ -59,7 +59,8 @@ std::u16string readUtf8(std::string_view bytes) {
 
 std::string writeUtf8(std::u16string_view text) {
   // Nearly all text is ASCII.
-  if (std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; })) return {text.begin(), text.end()};
+  if (std::all_of(text.begin(), text.end(), [](char16_t c) { return c < 0x80; }))
+    return {text.begin(), text.end()};
   std::string bytes;
   bytes.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
