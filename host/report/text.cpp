@@ -2,7 +2,6 @@
 
 #include <locale.h>
 
-#include <array>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -88,17 +87,17 @@ std::string shellEscaped(std::string_view text) {
 
 std::string formatted(const char* format, ...) {
   const CLocale plain;
-  std::array<char, 512> buffer;
-  va_list arguments;
-  va_start(arguments, format);
-  va_list again;
-  va_copy(again, arguments);
-  const int length = std::vsnprintf(buffer.data(), buffer.size(), format, arguments);
-  va_end(arguments);
-  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  if (!text.empty()) std::vsnprintf(text.data(), text.size() + 1, format, again);
-  va_end(again);
-  return text;
+  std::string text(255, '\0');
+  while (true) {
+    va_list arguments;
+    va_start(arguments, format);
+    const int length = std::vsnprintf(text.data(), text.size() + 1, format, arguments);
+    va_end(arguments);
+    if (length < 0) return {};
+    const bool fits = static_cast<std::size_t>(length) <= text.size();
+    text.resize(static_cast<std::size_t>(length));
+    if (fits) return text;
+  }
 }
 
 std::string counted(std::size_t count, std::string_view noun) {

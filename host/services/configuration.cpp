@@ -99,7 +99,9 @@ std::vector<std::string> Configuration::apply() {
         value.text = text;
         value.source = source;
       } else {
-        problems.push_back("'" + text + "' (" + source + ") is no value of " + value.name);
+        std::string problem = "'" + text;
+        problem.append("' (").append(source).append(") is no value of ").append(value.name);
+        problems.push_back(std::move(problem));
       }
     };
     if (const auto file = fromFiles_.find(value.name); file != fromFiles_.end()) {
