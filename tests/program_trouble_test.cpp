@@ -117,6 +117,9 @@ TEST_F(ProgramTrouble, AStoppedRunLeavesATable) {
 }
 
 TEST_F(ProgramTrouble, ASecondInterruptEndsTheProcessAtOnce) {
+#if defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the thread sanitizer holds signals back while a write waits, and here one waits for ever";
+#endif
   addScene("a.vesta");
   for (const bool interactive : {false, true}) {
     const auto process = heldRun(interactive);
