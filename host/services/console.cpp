@@ -4,8 +4,6 @@
 
 namespace host {
 
-constexpr char kStatusLineMark = 1;
-
 void Console::send(Event event) {
   if (std::this_thread::get_id() != mainThread_) {
     queue_.push(std::move(event));

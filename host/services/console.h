@@ -11,6 +11,9 @@
 
 namespace host {
 
+/// Stands before a console line that is a status line; never shown.
+inline constexpr char kStatusLineMark = 1;
+
 /// Where the user reads it: a terminal, a window, a test. Main thread only.
 class ConsoleView {
  public:

@@ -7,8 +7,6 @@
 namespace host {
 namespace {
 
-constexpr char kStatusLineMark = 1;
-
 HostBool ShowMessage(const HostString* text, int32_t) {
   services().console.showMessage(toUtf8(text->text));
   return 1;
