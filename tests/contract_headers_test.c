@@ -6,6 +6,6 @@ _Static_assert(sizeof(HostCommandRecord) == HOST_COMMAND_RECORD_SIZE,
 
 int contractIsPlainC(void);
 int contractIsPlainC(void) {
-  HostTables tables = {sizeof(HostTables), HOST_MINIMUM_VERSION, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+  HostTables tables = {.size = sizeof(HostTables), .interfaceVersion = HOST_MINIMUM_VERSION};
   return tables.strings == 0;
 }

@@ -23,7 +23,8 @@ static_assert(offsetof(HostTables, dialogs) == 64);
 static_assert(offsetof(HostTables, documents) == 72);
 static_assert(offsetof(HostTables, bitmaps) == 80);
 static_assert(offsetof(HostTables, system) == 88);
-static_assert(sizeof(HostTables) == 96);
+static_assert(offsetof(HostTables, text) == 96);
+static_assert(sizeof(HostTables) == 104);
 
 EXPECT_SLOT(Registration, RegisterPlugin, 0);
 EXPECT_SLOT(Registration, ConfigurationDeclare, 1);
@@ -62,6 +63,9 @@ EXPECT_SLOTS(Bitmaps, 9);
 EXPECT_SLOT(System, GetHostVersion, 0);
 EXPECT_SLOT(System, FindLibrary, 6);
 EXPECT_SLOTS(System, 7);
+EXPECT_SLOT(Text, TokenizeFile, 0);
+EXPECT_SLOT(Text, EvaluateExpression, 3);
+EXPECT_SLOTS(Text, 4);
 
 static_assert(sizeof(HostCommandRecord) == 384);
 static_assert(offsetof(HostCommandRecord, self) == 24);
@@ -74,6 +78,8 @@ static_assert(sizeof(HostUserAreaCallbacks) == 88);
 static_assert(sizeof(HostScriptLibrary) == 24);
 static_assert(sizeof(HostConfigurationEntry) == 40);
 static_assert(sizeof(HostContainerValue) == 40);
+static_assert(sizeof(HostToken) == 24);
+static_assert(sizeof(HostEvaluation) == 16);
 static_assert(sizeof(HostCommandLine) == 16);
 static_assert(sizeof(HostMessageVersion) == 4 && sizeof(HostMessageResources) == 8);
 

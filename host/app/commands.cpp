@@ -9,12 +9,13 @@
 #include "host/services/files.h"
 #include "host/services/paths.h"
 #include "host/services/threads.h"
+#include "vesta.framework/contract/command_ids.h"
 
 namespace host {
 namespace {
 
 // The tool whose runs are judged, and where its stored settings hold what it was asked.
-constexpr int32_t kLumicheckId = 1001198;
+constexpr int32_t kLumicheckId = HOST_COMMAND_LUMICHECK;
 constexpr int32_t kStoredScenePath = 1;
 constexpr int32_t kStoredReferencePath = 2;
 

@@ -3,9 +3,9 @@
 namespace host {
 namespace {
 
-constexpr std::array<const char*, 11> kNames = {"string",    "file name", "file",        "listing",
-                                                "container", "thread",    "dialog",      "user area",
-                                                "document",  "bitmap",    "memory block"};
+constexpr std::array<const char*, 12> kNames = {"string",    "file name", "file",         "listing",
+                                                "container", "thread",    "dialog",       "user area",
+                                                "document",  "bitmap",    "memory block", "tokenizer"};
 std::array<std::atomic<int64_t>, kNames.size()> g_live{};
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "host/services/dialog.h"
 #include "host/services/files.h"
 #include "host/services/threads.h"
+#include "host/services/tokenizer.h"
 #include "host/services/values.h"
 #include "vesta.framework/contract/host_tables.h"
 
@@ -28,7 +29,8 @@ enum class HandleKind {
   UserArea,
   Document,
   Bitmap,
-  Memory
+  Memory,
+  Tokenizer
 };
 
 /// Counts the handles that the module holds, so that what it forgot can be named after the last detach.
@@ -111,4 +113,9 @@ struct HostDocument : host::Counted<host::HandleKind::Document> {
 
 struct HostBitmap : host::Counted<host::HandleKind::Bitmap> {
   host::Bitmap bitmap;
+};
+
+struct HostTokenizer : host::Counted<host::HandleKind::Tokenizer> {
+  explicit HostTokenizer(const std::string& file) : tokenizer(file) {}
+  host::Tokenizer tokenizer;
 };

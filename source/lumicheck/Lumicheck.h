@@ -2,6 +2,7 @@
 // times with those of an earlier run.
 #pragma once
 
+#include "vesta.framework/contract/command_ids.h"
 #include "vesta.framework/filename.h"
 #include "vesta.framework/module_global.h"
 #include "vesta.framework/thread.h"
@@ -9,7 +10,7 @@
 namespace outfitter {
 
 /// The command's id; also the key of its stored settings and of the core message that a scene has started.
-inline constexpr int32_t kLumicheckId = 1001198;
+inline constexpr int32_t kLumicheckId = HOST_COMMAND_LUMICHECK;
 /// The core message that a run has ended.
 inline constexpr int32_t kLumicheckRunEnded = 1001199;
 

@@ -57,6 +57,7 @@ typedef struct HostRenderSettings HostRenderSettings;
 typedef struct HostVideoPost HostVideoPost;
 typedef struct HostBitmap HostBitmap;
 typedef struct HostResources HostResources;
+typedef struct HostTokenizer HostTokenizer;
 
 /* ---- codes ---- */
 
@@ -176,7 +177,52 @@ enum { HOST_VIDEO_POST_FLAGGED = 1001015, HOST_VIDEO_POST_FLAG = 4 };
 /* FindLibrary: the script compiler, a HostScriptLibrary. */
 #define HOST_LIBRARY_SCRIPT 1000477
 
+/* Tokens of a text file. */
+enum {
+  HOST_TOKEN_IDENTIFIER = 1,  /* letters, digits, "_" and bytes above 127; begins with no digit */
+  HOST_TOKEN_NUMBER = 2,      /* as a C preprocessor sees numbers */
+  HOST_TOKEN_STRING = 3,      /* with its quotes, closed on the same line; raw strings may span lines */
+  HOST_TOKEN_CHARACTER = 4,   /* one to four characters with their quotes, closed on the same line */
+  HOST_TOKEN_PUNCTUATION = 5, /* one character */
+  HOST_TOKEN_LINE_END = 6     /* no text; the end of the file ends the last line */
+};
+/* Flags of a token: bit values. */
+enum {
+  HOST_TOKEN_GLUED = 1,      /* follows the token before it directly: neither blanks nor a line end between */
+  HOST_TOKEN_STARTS_LINE = 2 /* the first token of its line */
+};
+
+/* EvaluateExpression. */
+enum { HOST_EVALUATE_INTEGER = 0, HOST_EVALUATE_REAL = 1 };
+/* Why an expression has no value: bit values of the status. */
+enum {
+  HOST_EVALUATION_SYNTAX = 1,     /* the text is no expression of that kind */
+  HOST_EVALUATION_NAME = 2,       /* it holds a name that means nothing here */
+  HOST_EVALUATION_ARITHMETIC = 4, /* division by zero, a shift by less than 0 or more than 31, a real
+                                     number that is not finite or does not fit the type it is cast to */
+  HOST_EVALUATION_WRAPPED = 8,    /* only this: a value does not fit 32 bits; the integer is it modulo 2^32 */
+  HOST_EVALUATION_DEPTH = 16      /* nested too deeply */
+};
+
 /* ---- structures that cross the border ---- */
+
+/* One token of a text file. A backslash before a line end joins two lines and is part of nothing; line feed,
+ * carriage return and both together end lines; a byte order mark at the start is skipped; bytes of value 0 are
+ * blanks. A token longer than 65536 bytes comes in pieces, each glued to the one before. */
+typedef struct HostToken {
+  int32_t kind;     /* HOST_TOKEN_* */
+  int32_t flags;    /* HOST_TOKEN_GLUED, HOST_TOKEN_STARTS_LINE */
+  const char* text; /* `length` bytes, no zero behind them; lent until the tokenizer is used again */
+  int32_t length;
+  int32_t line; /* in which it begins; the first is 1 */
+} HostToken;
+
+/* What EvaluateExpression found. */
+typedef struct HostEvaluation {
+  int32_t status;  /* HOST_EVALUATION_* */
+  int32_t integer; /* the value; of a real one its whole part where that fits, else 0 */
+  double real;     /* the value, also of an integer one */
+} HostEvaluation;
 
 /* A configuration value that the module declares (see ConfigurationDeclare). */
 typedef struct HostConfigurationEntry {
