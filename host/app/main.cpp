@@ -165,8 +165,8 @@ class Program {
     if (wrongConfiguration) return kExitUsage;
     int status = dispatch();
     services().console.flush();
-    // What could not be listed may hold scenes that nobody tested.
-    if (services().runLog.foldersNotListed() > 0) status = graver(status, kExitWrong);
+    // What could not be listed or read may hold what nobody tested.
+    if (services().runLog.inputsNotRead() > 0) status = graver(status, kExitWrong);
     if (interruptRequested()) return kExitStopped;
     return graver(status, statusOfMessages(services().console));
   }

@@ -38,14 +38,14 @@ void RunLog::failed(const std::string& reason) {
   if (!costs_.empty()) costs_.back().failure = reason;
 }
 
-void RunLog::folderNotListed() {
+void RunLog::inputNotRead() {
   const std::lock_guard lock(mutex_);
-  ++foldersNotListed_;
+  ++inputsNotRead_;
 }
 
-int RunLog::foldersNotListed() const {
+int RunLog::inputsNotRead() const {
   const std::lock_guard lock(mutex_);
-  return foldersNotListed_;
+  return inputsNotRead_;
 }
 
 std::string RunLog::resultFolder() const {

@@ -28,19 +28,19 @@ class RunLog {
   void saved(double milliseconds);
   /// Why the scene that was loaded last could not be loaded, rendered or saved.
   void failed(const std::string& reason);
-  /// A folder that may hold scenes could not be listed.
-  void folderNotListed();
+  /// A folder could not be listed, or a file not read, that the tools were to go through.
+  void inputNotRead();
 
   /// The folder of the last table; empty when none was written.
   std::string resultFolder() const;
   std::vector<SceneCost> costs() const;
-  int foldersNotListed() const;
+  int inputsNotRead() const;
 
  private:
   mutable std::mutex mutex_;
   std::string resultFolder_;
   std::vector<SceneCost> costs_;
-  int foldersNotListed_ = 0;
+  int inputsNotRead_ = 0;
 };
 
 }  // namespace host

@@ -1,9 +1,233 @@
 #include "host/services/tokenizer.h"
 
+#include <algorithm>
+#include <array>
+#include <limits>
+
 namespace host {
+namespace {
 
-Tokenizer::Tokenizer(const std::string&) {}
+constexpr std::ptrdiff_t kLongestToken = 65536;
+// More is no source text: whoever searches for the end of each would take quadratic time.
+constexpr int kMostRawMisses = 16;
 
-bool Tokenizer::next(bool, Token&) { return false; }
+constexpr uint8_t kBlank = 1;
+constexpr uint8_t kWord = 2;
+constexpr uint8_t kDigit = 4;
+constexpr uint8_t kLineEnd = 8;
+
+constexpr std::array<uint8_t, 256> makeClasses() {
+  std::array<uint8_t, 256> classes{};
+  for (const char c : {'\0', ' ', '\t', '\v', '\f'}) classes[static_cast<uint8_t>(c)] = kBlank;
+  for (const char c : {'\n', '\r'}) classes[static_cast<uint8_t>(c)] = kLineEnd;
+  for (int c = '0'; c <= '9'; ++c) classes[static_cast<size_t>(c)] = kWord | kDigit;
+  for (int c = 'a'; c <= 'z'; ++c) classes[static_cast<size_t>(c)] = kWord;
+  for (int c = 'A'; c <= 'Z'; ++c) classes[static_cast<size_t>(c)] = kWord;
+  for (size_t c = 128; c < 256; ++c) classes[c] = kWord;
+  classes['_'] = kWord;
+  return classes;
+}
+
+constexpr std::array<uint8_t, 256> kClasses = makeClasses();
+
+bool is(uint8_t classes, char c) { return (kClasses[static_cast<uint8_t>(c)] & classes) != 0; }
+
+bool isSign(char c) { return c == '+' || c == '-'; }
+
+bool isExponent(char c) { return c == 'e' || c == 'E' || c == 'p' || c == 'P'; }
+
+bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
+
+bool isHexDigit(char c) { return is(kDigit, c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+
+bool isDelimiter(char c) { return !is(kBlank | kLineEnd, c) && c != '(' && c != ')' && c != '\\'; }
+
+template <class Belongs>
+const char* skipAtMost(int count, const char* from, Belongs belongs) {
+  while (count-- > 0 && belongs(*from)) ++from;
+  return from;
+}
+
+/// Behind the escape that the backslash at `from` begins.
+const char* escapeEnd(const char* from) {
+  const char* const letter = from + 1;
+  if (is(kLineEnd, *letter)) return letter;
+  if (*letter == 'x' || *letter == 'U') return skipAtMost(8, letter + 1, isHexDigit);
+  if (*letter == 'u') return skipAtMost(4, letter + 1, isHexDigit);
+  if (isOctalDigit(*letter)) return skipAtMost(3, letter, isOctalDigit);
+  return letter + 1;
+}
+
+/// Behind the character constant that begins at `quote`; null if it is none.
+const char* characterEnd(const char* quote) {
+  const char* const first = quote + 1;
+  const char* p = first;
+  for (int count = 0; count < 4 && *p != '\'' && !is(kLineEnd, *p); ++count)
+    p = *p == '\\' ? escapeEnd(p) : p + 1;
+  return p > first && *p == '\'' ? p + 1 : nullptr;
+}
+
+int64_t countLineEnds(std::string_view text) {
+  int64_t count = 0;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool firstOfTwo = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
+    if (is(kLineEnd, text[i]) && !firstOfTwo) ++count;
+  }
+  return count;
+}
+
+std::string_view textBetween(const char* from, const char* to) {
+  return {from, static_cast<size_t>(to - from)};
+}
+
+}  // namespace
+
+Tokenizer::Tokenizer(const std::string& file) : window_(file), cursor_(window_.begin()) {}
+
+bool Tokenizer::next(bool insideComment, Token& token) {
+  const bool skipped = skipBlanks();
+  line_ += window_.joinsBefore(cursor_);
+  token.line = static_cast<int32_t>(std::min<int64_t>(line_, std::numeric_limits<int32_t>::max()));
+  token.glued = glued_ && !skipped;
+  token.startsLine = !lineOpen_;
+  if (is(kLineEnd, *cursor_)) return endLine(token);
+  const char* const end = scan(insideComment, token.kind);
+  token.text = textBetween(cursor_, end);
+  cursor_ = end;
+  glued_ = true;
+  lineOpen_ = true;
+  return true;
+}
+
+bool Tokenizer::skipBlanks() {
+  bool skipped = false;
+  for (;;) {
+    while (is(kBlank, *cursor_)) {
+      ++cursor_;
+      skipped = true;
+    }
+    if (cursor_ < window_.slideFrom()) return skipped;
+    cursor_ = window_.slideTo(cursor_);
+  }
+}
+
+bool Tokenizer::endLine(Token& token) {
+  const bool atEnd = cursor_ == window_.end();
+  if (atEnd && !lineOpen_) return false;
+  token.kind = TokenKind::LineEnd;
+  token.text = textBetween(cursor_, cursor_);
+  if (!atEnd) {
+    cursor_ += *cursor_ == '\r' && cursor_ + 1 < window_.end() && cursor_[1] == '\n' ? 2 : 1;
+    ++line_;
+  }
+  glued_ = false;
+  lineOpen_ = false;
+  wasCut_ = false;
+  return true;
+}
+
+/// The end and the kind of the token at the cursor, where neither a blank nor a line end stands.
+const char* Tokenizer::scan(bool insideComment, TokenKind& kind) {
+  const char first = *cursor_;
+  if (wasCut_) {
+    kind = cutKind_;
+    wasCut_ = false;
+    return cut(kind == TokenKind::Number ? scanNumber(cursor_, insideComment) : scanWord(cursor_));
+  }
+  if (is(kDigit, first) || (first == '.' && is(kDigit, cursor_[1]))) {
+    kind = TokenKind::Number;
+    cutKind_ = kind;
+    return cut(scanNumber(cursor_, insideComment));
+  }
+  if (is(kWord, first)) return scanIdentifier(insideComment, kind);
+  const char* end = nullptr;
+  if (first == '"' && !insideComment) {
+    kind = TokenKind::String;
+    end = stringEnd();
+  } else if (first == '\'' && !insideComment) {
+    kind = TokenKind::Character;
+    end = characterEnd(cursor_);
+  }
+  if (end != nullptr) return end;
+  kind = TokenKind::Punctuation;
+  return cursor_ + 1;
+}
+
+const char* Tokenizer::scanIdentifier(bool insideComment, TokenKind& kind) {
+  const char* const end = scanWord(cursor_);
+  if (mayBeRawString(end, insideComment)) {
+    if (const char* const closed = rawStringEnd(end)) {
+      kind = TokenKind::String;
+      line_ += countLineEnds(textBetween(cursor_, closed));
+      return closed;
+    }
+  }
+  kind = TokenKind::Identifier;
+  cutKind_ = kind;
+  return cut(end);
+}
+
+const char* Tokenizer::scanWord(const char* from) const {
+  while (is(kWord, *from)) ++from;
+  return from;
+}
+
+const char* Tokenizer::scanNumber(const char* from, bool insideComment) const {
+  for (;;) {
+    if (isExponent(from[0]) && isSign(from[1])) {
+      from += 2;
+    } else if (is(kWord, *from) || *from == '.') {
+      ++from;
+    } else if (*from == '\'' && !insideComment && is(kWord, from[1])) {
+      from += 2;
+    } else {
+      return from;
+    }
+  }
+}
+
+/// Ends the token at the cursor where it becomes too long, so that the rest could be a token of its own.
+const char* Tokenizer::cut(const char* end) {
+  wasCut_ = end - cursor_ > kLongestToken;
+  if (!wasCut_) return end;
+  const char* piece = cursor_ + kLongestToken;
+  while (!is(kWord, *piece) && *piece != '.') --piece;
+  return piece;
+}
+
+/// Behind the string that begins at the cursor; null if it is not closed. A search that found nothing is not
+/// made again: what looks like a quote in its text was escaped, so from there on all would be the same.
+const char* Tokenizer::stringEnd() {
+  const uint64_t here = window_.offsetOf(cursor_);
+  const char* const limit = cursor_ + std::min(kLongestToken, window_.end() - cursor_);
+  const char* p = quoteSought_ > here ? cursor_ + (quoteSought_ - here) : cursor_ + 1;
+  while (p < limit && *p != '"' && !is(kLineEnd, *p)) p += *p == '\\' && !is(kLineEnd, p[1]) ? 2 : 1;
+  if (p < limit && *p == '"') return p + 1;
+  quoteSought_ = window_.offsetOf(p);
+  return nullptr;
+}
+
+bool Tokenizer::mayBeRawString(const char* wordEnd, bool insideComment) const {
+  if (*wordEnd != '"' || wordEnd[-1] != 'R' || insideComment) return false;
+  const std::string_view prefix = textBetween(cursor_, wordEnd);
+  return prefix == "R" || prefix == "LR" || prefix == "uR" || prefix == "UR" || prefix == "u8R";
+}
+
+/// Behind the raw string at the cursor whose opening quote is given; null if it is none or not closed.
+const char* Tokenizer::rawStringEnd(const char* quote) {
+  const char* const open = skipAtMost(16, quote + 1, isDelimiter);
+  if (*open != '(') return nullptr;
+  const uint64_t stretch = window_.offsetOf(cursor_) / static_cast<uint64_t>(kLongestToken);
+  if (stretch != rawStretch_) rawMisses_ = 0;
+  rawStretch_ = stretch;
+  if (rawMisses_ == kMostRawMisses) return nullptr;
+  std::string closer(1, ')');
+  closer.append(quote + 1, open).append(1, '"');
+  const char* const limit = cursor_ + std::min(kLongestToken, window_.end() - cursor_);
+  const size_t found = textBetween(open, limit).find(closer);
+  if (found != std::string_view::npos) return open + found + closer.size();
+  ++rawMisses_;
+  return nullptr;
+}
 
 }  // namespace host

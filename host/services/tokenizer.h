@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/services/files.h"
+#include "host/services/source_window.h"
 
 namespace host {
 
@@ -34,8 +34,31 @@ class Tokenizer {
   explicit Tokenizer(const std::string& file);
 
   /// Sets `token` to the next token; inside a comment quotes are plain punctuation. False behind the last
-  /// one. Throws std::system_error when reading fails.
+  /// one. Throws std::system_error when reading fails; the tokenizer is of no use then.
   bool next(bool insideComment, Token& token);
+
+ private:
+  bool skipBlanks();
+  const char* scan(bool insideComment, TokenKind& kind);
+  const char* scanIdentifier(bool insideComment, TokenKind& kind);
+  const char* scanWord(const char* from) const;
+  const char* scanNumber(const char* from, bool insideComment) const;
+  const char* cut(const char* end);
+  const char* stringEnd();
+  const char* rawStringEnd(const char* quote);
+  bool mayBeRawString(const char* wordEnd, bool insideComment) const;
+  bool endLine(Token& token);
+
+  SourceWindow window_;
+  const char* cursor_;
+  int64_t line_ = 1;
+  bool glued_ = false;     // the next token, if it stands at the cursor
+  bool lineOpen_ = false;  // a token of the line was delivered
+  bool wasCut_ = false;    // the token at the cursor is the rest of one of kind cutKind_
+  TokenKind cutKind_ = TokenKind::Identifier;
+  uint64_t quoteSought_ = 0;  // no quote closes a string before this offset
+  uint64_t rawStretch_ = 0;
+  int rawMisses_ = 0;  // raw strings of that stretch that are not closed
 };
 
 }  // namespace host

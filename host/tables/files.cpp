@@ -48,7 +48,7 @@ HostBool BrowseInit(HostBrowse* browse, const HostFileName* folder, int32_t) {
     browse->entries = listFolder(folder->path);
     return 1;
   } catch (const std::system_error& error) {
-    services().runLog.folderNotListed();
+    services().runLog.inputNotRead();
     services().console.printError(folder->path + ": the folder cannot be listed: " + reasonOf(error));
     return 0;
   }

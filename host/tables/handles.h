@@ -116,6 +116,8 @@ struct HostBitmap : host::Counted<host::HandleKind::Bitmap> {
 };
 
 struct HostTokenizer : host::Counted<host::HandleKind::Tokenizer> {
-  explicit HostTokenizer(const std::string& file) : tokenizer(file) {}
+  explicit HostTokenizer(const std::string& name) : file(name), tokenizer(name) {}
+  std::string file;
   host::Tokenizer tokenizer;
+  bool failed = false;  ///< reading did: there are no more tokens
 };

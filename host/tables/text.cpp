@@ -1,4 +1,6 @@
 // Tokens of files, and the values of expressions.
+#include <system_error>
+
 #include "host/services/expression.h"
 #include "host/tables/areas.h"
 #include "host/tables/door.h"
@@ -7,13 +9,31 @@
 namespace host {
 namespace {
 
-HostTokenizer* TokenizeFile(const HostFileName* name) { return new HostTokenizer(name->path); }
+void reportNotRead(const std::string& file, const std::system_error& error) {
+  services().runLog.inputNotRead();
+  services().console.printError(file + ": cannot be read: " + reasonOf(error));
+}
+
+HostTokenizer* TokenizeFile(const HostFileName* name) {
+  try {
+    return new HostTokenizer(name->path);
+  } catch (const std::system_error& error) {
+    reportNotRead(name->path, error);
+    return nullptr;
+  }
+}
 
 void TokenizerFree(HostTokenizer* tokenizer) { delete tokenizer; }
 
 HostBool TokenizerNext(HostTokenizer* tokenizer, HostBool insideComment, HostToken* token) {
   Token next;
-  if (!tokenizer->tokenizer.next(insideComment != 0, next)) return 0;
+  try {
+    if (tokenizer->failed || !tokenizer->tokenizer.next(insideComment != 0, next)) return 0;
+  } catch (const std::system_error& error) {
+    tokenizer->failed = true;
+    reportNotRead(tokenizer->file, error);
+    return 0;
+  }
   token->kind = static_cast<int32_t>(next.kind);
   token->flags = (next.glued ? HOST_TOKEN_GLUED : 0) | (next.startsLine ? HOST_TOKEN_STARTS_LINE : 0);
   token->text = next.text.data();
