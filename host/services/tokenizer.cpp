@@ -1,36 +1,18 @@
 #include "host/services/tokenizer.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
+
+#include "host/services/source_characters.h"
 
 namespace host {
 namespace {
 
+using namespace source_character;
+
 constexpr std::ptrdiff_t kLongestToken = 65536;
 // More is no source text: whoever searches for the end of each would take quadratic time.
 constexpr int kMostRawMisses = 16;
-
-constexpr uint8_t kBlank = 1;
-constexpr uint8_t kWord = 2;
-constexpr uint8_t kDigit = 4;
-constexpr uint8_t kLineEnd = 8;
-
-constexpr std::array<uint8_t, 256> makeClasses() {
-  std::array<uint8_t, 256> classes{};
-  for (const char c : {'\0', ' ', '\t', '\v', '\f'}) classes[static_cast<uint8_t>(c)] = kBlank;
-  for (const char c : {'\n', '\r'}) classes[static_cast<uint8_t>(c)] = kLineEnd;
-  for (int c = '0'; c <= '9'; ++c) classes[static_cast<size_t>(c)] = kWord | kDigit;
-  for (int c = 'a'; c <= 'z'; ++c) classes[static_cast<size_t>(c)] = kWord;
-  for (int c = 'A'; c <= 'Z'; ++c) classes[static_cast<size_t>(c)] = kWord;
-  for (size_t c = 128; c < 256; ++c) classes[c] = kWord;
-  classes['_'] = kWord;
-  return classes;
-}
-
-constexpr std::array<uint8_t, 256> kClasses = makeClasses();
-
-bool is(uint8_t classes, char c) { return (kClasses[static_cast<uint8_t>(c)] & classes) != 0; }
 
 bool isSign(char c) { return c == '+' || c == '-'; }
 
@@ -38,7 +20,7 @@ bool isExponent(char c) { return c == 'e' || c == 'E' || c == 'p' || c == 'P'; }
 
 bool isOctalDigit(char c) { return c >= '0' && c <= '7'; }
 
-bool isHexDigit(char c) { return is(kDigit, c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+bool isHexDigit(char c) { return is(kHexDigit, c); }
 
 bool isDelimiter(char c) { return !is(kBlank | kLineEnd, c) && c != '(' && c != ')' && c != '\\'; }
 
