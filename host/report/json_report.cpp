@@ -4,7 +4,7 @@
 
 #include "host/report/describe.h"
 #include "host/report/files.h"
-#include "host/report/jsonbytes.h"
+#include "host/services/jsonbytes.h"
 
 namespace host {
 

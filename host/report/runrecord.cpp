@@ -3,8 +3,8 @@
 #include <nlohmann/json.hpp>
 #include <unordered_set>
 
-#include "host/report/jsonbytes.h"
 #include "host/services/json.h"
+#include "host/services/jsonbytes.h"
 
 namespace host {
 
@@ -72,7 +72,7 @@ class ObjectReader {
   std::string bytes(const json& value, const char* name) const {
     try {
       return bytesFromJson(value);
-    } catch (const ReportError& error) {
+    } catch (const std::runtime_error& error) {
       fail(name, error.what());
     }
   }
