@@ -139,8 +139,10 @@ TEST(CommandLine, ConsumesSkipsAndStops) {
       {{"-createdistribution", "x", "-help"}, {"", "x", "-help"}, "", true},
       {{"-help", "-lumicheck", a}, {"-help", "", ""}, a, true},
   };
+  TempFolder app;  // a distribution is built in it
+  fs::create_directories(app / "modules/outfitter/resource");
   for (const CommandLineCase& test : cases) {
-    TestHost host;
+    TestHost host({.app = app.path()});
     const auto resolve = [&](std::vector<std::string> words) {
       for (std::string& word : words) {
         if (word == a || word == b) word = (host.folder() / word).string();
@@ -171,21 +173,6 @@ TEST(CommandLine, SurvivesNullArguments) {
   EXPECT_STREQ(arguments[4], "-help");
   HostCommandLine none{2, nullptr};
   EXPECT_EQ(moduleEntry()(HOST_MODULE_MESSAGE, HOST_MESSAGE_COMMAND_LINE, &none, nullptr), -1);
-}
-
-TEST(CommandLine, BuildsTheDistributionWithoutAScriptLibrary) {
-  TempFolder app;
-  writeText(app / "resource/gui.brc", "old");
-  writeText(app / "resource/gui.brm", "void main() {}");
-  RecordingView view;
-  host::HeadlessHost host({app.path().string(), (app / "prefs").string(), false}, view);
-  fs::create_directories(app / "modules/outfitter/resource");
-  const HostTables tables = host::hostTables();
-  host.loadModule(VESTA_TEST_MODULE, tables);
-  std::vector<const char*> arguments = {"-createdistribution"};
-  host.handleCommandLine(arguments);
-  EXPECT_FALSE(fs::exists(app / "resource/gui.brc"));
-  EXPECT_EQ(view.lines, std::vector<std::string>{"Error: Compiling gui.brc"});
 }
 
 }  // namespace

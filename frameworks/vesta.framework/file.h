@@ -14,6 +14,7 @@ struct FileTraits {
 class File {
  public:
   File() : file_(Host().files.FileAlloc()) {}
+  explicit operator bool() const { return static_cast<bool>(file_); }
 
   /// `access` HOST_FILE_READ or HOST_FILE_WRITE.
   bool Open(const FileName& name, int32_t access);

@@ -11,6 +11,7 @@
 #include <functional>
 
 #include "host/app/commands.h"
+#include "host/app/companion.h"
 #include "host/app/exit_status.h"
 #include "host/app/host_options.h"
 #include "host/headless/terminal_view.h"
@@ -255,6 +256,11 @@ class Program {
     adoption->add_option("DIR", folder_, "where the glTF files are")->required();
     adoption->add_option("LINKS", links_, "the folder of the links; made when missing")->required();
     adoption->callback([&] { action = [this] { return adopt(services(), folder_, links_); }; });
+
+    for (Companion* companion : Companion::all()) {
+      companion->describe(app)->callback(
+          [this, companion, &action] { action = [this, companion] { return companion->run(services()); }; });
+    }
   }
 
   void describeExecute(CLI::App& app, std::function<int()>& action) {

@@ -1,5 +1,6 @@
 #include "makedistri/makedistri.h"
 
+#include "makedistri/makedistri_symbolbuild.h"
 #include "vesta.framework/filename.h"
 #include "vesta.framework/messages.h"
 
@@ -21,9 +22,14 @@ bool CompileScript(const FileName& source) {
 
 void CreateDistribution() {
   const FileName resources = GetStartupFolder().Join("resource");
+  // A script that fails must not leave an older one behind.
   DeleteFile(resources.Join("gui.brc"), false);
-  PrintConsoleStatus(CompileScript(resources.Join("gui.brm")) ? "Created gui.brc"
-                                                              : "Error: Compiling gui.brc");
+  if (!CompileScript(resources.Join("gui.brm"))) {
+    PrintConsoleStatus("Error: Compiling gui.brc");
+    return;
+  }
+  PrintConsoleStatus("Created gui.brc");
+  PrintConsoleStatus(ParseSymbols() ? "Created bramblesymbols.h" : "Error: Creating bramblesymbols.h");
 }
 
 }  // namespace outfitter

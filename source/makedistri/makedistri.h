@@ -1,9 +1,10 @@
-// The distribution build: the compiled GUI script.
+// The distribution build: the compiled GUI script, and the symbol header for scripts.
 #pragma once
 
 namespace outfitter {
 
-/// Compiles the application's GUI script; reports the result as a console line. Thread: main.
+/// Compiles the application's GUI script, then writes the symbol header; reports both as console lines. A
+/// script that does not compile ends the build. Thread: main.
 void CreateDistribution();
 
 }  // namespace outfitter

@@ -35,12 +35,13 @@ struct TestHostOptions {
   bool toolsOn = true;                     ///< g_ostrakOutfitterTools
   const HostTables* tables = nullptr;      ///< decorated ones; null: the host's own
   std::filesystem::path preferences = {};  ///< empty: a folder of the test's own
+  std::filesystem::path app = VESTA_TEST_APP_DIR;
 };
 
 class TestHost {
  public:
   explicit TestHost(const TestHostOptions& options = {})
-      : host_({VESTA_TEST_APP_DIR,
+      : host_({options.app.string(),
                (options.preferences.empty() ? folder_ / "prefs" : options.preferences).string(),
                options.interactive},
               view_),

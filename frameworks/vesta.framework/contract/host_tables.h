@@ -103,7 +103,7 @@ enum {
 /* One value of a container, as ContainerNextEntry shows it; only the field that `type` names has a meaning.
  * Strings and file names are read with ContainerGetString and ContainerGetFileName. */
 typedef struct HostContainerValue {
-  int32_t type;    /* HOST_VALUE_* */
+  int32_t type;    /* HOST_VALUE_ codes */
   int32_t integer; /* HOST_VALUE_BOOL, HOST_VALUE_INT32 */
   double real;
   HostContainer* container; /* lent until the outer container changes or ends */
@@ -154,7 +154,7 @@ enum {
   HOST_RENDER_SETTING_RENDERER = 5300,    /* integer, HOST_RENDERER_* or a host's own */
   HOST_RENDER_SETTING_WIDTH = 5008,       /* pixels, integer or real */
   HOST_RENDER_SETTING_HEIGHT = 5009,      /* pixels, integer or real */
-  HOST_RENDER_SETTING_SAVE_FORMAT = 5033, /* integer, HOST_FORMAT_* */
+  HOST_RENDER_SETTING_SAVE_FORMAT = 5033, /* integer, a HOST_FORMAT_ code */
   HOST_RENDER_SETTING_ANTIALIASING = 5401, /* truth value */
   HOST_RENDER_SETTING_WARM_UP = 7011,     /* truth value: the picture of this render is thrown away */
   HOST_RENDER_SETTING_OVERRIDDEN = 6023   /* integer, 1: a tool has put another renderer in place of the scene's */
@@ -210,7 +210,7 @@ enum {
  * carriage return and both together end lines; a byte order mark at the start is skipped; bytes of value 0 are
  * blanks. A token longer than 65536 bytes comes in pieces, each glued to the one before. */
 typedef struct HostToken {
-  int32_t kind;     /* HOST_TOKEN_* */
+  int32_t kind;     /* HOST_TOKEN_ codes */
   int32_t flags;    /* HOST_TOKEN_GLUED, HOST_TOKEN_STARTS_LINE */
   const char* text; /* `length` bytes, no zero behind them; lent until the tokenizer is used again */
   int32_t length;
@@ -219,7 +219,7 @@ typedef struct HostToken {
 
 /* What EvaluateExpression found. */
 typedef struct HostEvaluation {
-  int32_t status;  /* HOST_EVALUATION_* */
+  int32_t status;  /* HOST_EVALUATION_ codes */
   int32_t integer; /* the value; of a real one its whole part where that fits, else 0 */
   double real;     /* the value, also of an integer one */
 } HostEvaluation;
@@ -228,7 +228,7 @@ typedef struct HostEvaluation {
 typedef struct HostConfigurationEntry {
   const char* name;
   const char* help;
-  uint32_t type; /* HOST_CONFIGURATION_* */
+  uint32_t type; /* HOST_CONFIGURATION_ codes */
   void* storage; /* where the value lives */
   uint32_t state;
 } HostConfigurationEntry;
