@@ -34,7 +34,6 @@ struct JoinedText {
       const size_t lineEnd = lengthOfLineEnd(bytes, i);
       const size_t plain = std::min(bytes.find_first_of("\\\r\n", i + 1), bytes.size()) - i;
       const size_t taken = join > 0 ? join + 1 : lineEnd > 0 ? lineEnd : plain;
-      if (join > 0 && !text.empty() && text.back() == '\r') text.back() = '\n';
       if (join == 0) text += bytes.substr(i, taken);
       lines.resize(text.size(), line);
       if (join + lineEnd > 0) ++line;
@@ -82,7 +81,8 @@ class Follower {
   }
 
   void takeLineEnd(const Token& token) {
-    const size_t length = JoinedText::lengthOfLineEnd(joined_.text, position_);
+    size_t length = JoinedText::lengthOfLineEnd(joined_.text, position_);
+    if (length == 2 && joined_.lines[position_] != joined_.lines[position_ + 1]) length = 1;
     require(token.text.empty() && (length > 0 || (position_ == joined_.text.size() && !atStart_)));
     position_ += length;
     atStart_ = true;

@@ -81,8 +81,6 @@ const char* SourceWindow::joinLines(const char* from, const char* to) {
 }
 
 void SourceWindow::addJoin() {
-  // A carriage return must not become one line end with a line feed that stands behind the join.
-  if (end_ > begin() && end_[-1] == '\r') end_[-1] = '\n';
   const uint64_t offset = offsetOf(end_);
   if (joins_.empty() || joins_.back().offset != offset) joins_.push_back({offset, 0});
   ++joins_.back().count;

@@ -37,6 +37,8 @@ class SourceWindow {
     return offset_ + static_cast<uint64_t>(position - begin());
   }
 
+  /// Whether the next join, of those that joinsBefore() has not told, was directly before `position`.
+  bool hasJoinAt(const char* position) const { return offsetOf(position) == nextJoin_; }
   /// How many line ends were taken out between the position of the last question and this one behind it.
   int64_t joinsBefore(const char* position) {
     return offsetOf(position) < nextJoin_ ? 0 : takeJoins(offsetOf(position));
