@@ -9,9 +9,8 @@
 namespace host {
 namespace {
 
-constexpr size_t kBlock = 256 * 1024;
-constexpr size_t kLongestJoin = 3;
-constexpr size_t kCapacity = SourceWindow::kReach + kBlock + kLongestJoin;
+constexpr size_t kCapacity = SourceWindow::kReach + SourceWindow::kBlock;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 /// Whether the next block decides if the backslash that begins `rest` joins two lines, and with how many
 /// bytes.
@@ -31,7 +30,6 @@ SourceWindow::SourceWindow(const std::string& file)
     : file_(file), buffer_(std::make_unique_for_overwrite<char[]>(kCapacity + 1)), end_(buffer_.get()) {
   if (!stream_.openForReading(file)) throw std::system_error(errno, std::generic_category(), file);
   slideTo(begin());
-  skipByteOrderMark();
 }
 
 const char* SourceWindow::slideTo(const char* position) {
@@ -56,7 +54,10 @@ void SourceWindow::readBlock() {
   const int64_t count = stream_.read(to, room);
   if (count < 0) throw std::system_error(errno, std::generic_category(), file_);
   exhausted_ = count < room;
-  const char* const rest = joinLines(from, to + count);
+  const std::string_view bytes(from, static_cast<size_t>(to + count - from));
+  const bool marked = !begun_ && bytes.substr(0, kByteOrderMark.size()) == kByteOrderMark;
+  begun_ = true;
+  const char* const rest = joinLines(from + (marked ? kByteOrderMark.size() : 0), to + count);
   held_.assign(rest, static_cast<size_t>(to + count - rest));
 }
 
@@ -83,13 +84,6 @@ void SourceWindow::addJoin() {
   const uint64_t offset = offsetOf(end_);
   if (joins_.empty() || joins_.back().offset != offset) joins_.push_back({offset, 0});
   ++joins_.back().count;
-}
-
-void SourceWindow::skipByteOrderMark() {
-  constexpr size_t kMark = 3;
-  const bool marked =
-      static_cast<size_t>(end_ - begin()) >= kMark && std::memcmp(begin(), "\xEF\xBB\xBF", kMark) == 0;
-  if (marked) slideTo(begin() + kMark);
 }
 
 int64_t SourceWindow::takeJoins(uint64_t offset) {

@@ -17,6 +17,8 @@ class SourceWindow {
  public:
   /// So many bytes behind the position are in sight, if the file has them.
   static constexpr size_t kReach = 65536 + 64;
+  /// As many bytes are read at once, and at the beginning kReach more.
+  static constexpr size_t kBlock = 256 * 1024;
 
   /// Throws std::system_error when the file cannot be opened or read.
   explicit SourceWindow(const std::string& file);
@@ -35,6 +37,8 @@ class SourceWindow {
     return offset_ + static_cast<uint64_t>(position - begin());
   }
 
+  /// Whether the next join, of those that joinsBefore() has not told, was directly before `position`.
+  bool hasJoinAt(const char* position) const { return offsetOf(position) == nextJoin_; }
   /// How many line ends were taken out between the position of the last question and this one behind it.
   int64_t joinsBefore(const char* position) {
     return offsetOf(position) < nextJoin_ ? 0 : takeJoins(offsetOf(position));
@@ -49,7 +53,6 @@ class SourceWindow {
   void readBlock();
   const char* joinLines(const char* from, const char* to);
   void addJoin();
-  void skipByteOrderMark();
   int64_t takeJoins(uint64_t offset);
   void findNextJoin();
 
@@ -58,6 +61,7 @@ class SourceWindow {
   std::unique_ptr<char[]> buffer_;
   char* end_ = nullptr;
   const char* slideFrom_ = nullptr;
+  bool begun_ = false;
   bool exhausted_ = false;
   uint64_t offset_ = 0;  // of the first byte in the buffer
   std::string held_;     // the start of what may be a join

@@ -49,15 +49,6 @@ const char* characterEnd(const char* quote) {
   return p > first && *p == '\'' ? p + 1 : nullptr;
 }
 
-int64_t countLineEnds(std::string_view text) {
-  int64_t count = 0;
-  for (size_t i = 0; i < text.size(); ++i) {
-    const bool firstOfTwo = text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n';
-    if (is(kLineEnd, text[i]) && !firstOfTwo) ++count;
-  }
-  return count;
-}
-
 std::string_view textBetween(const char* from, const char* to) {
   return {from, static_cast<size_t>(to - from)};
 }
@@ -99,13 +90,31 @@ bool Tokenizer::endLine(Token& token) {
   token.kind = TokenKind::LineEnd;
   token.text = textBetween(cursor_, cursor_);
   if (!atEnd) {
-    cursor_ += *cursor_ == '\r' && cursor_ + 1 < window_.end() && cursor_[1] == '\n' ? 2 : 1;
+    cursor_ += lengthOfLineEnd(cursor_);
     ++line_;
   }
   glued_ = false;
   lineOpen_ = false;
   wasCut_ = false;
   return true;
+}
+
+/// A line feed behind a join is a line end of its own. The joins before `lineEnd` have been counted.
+std::ptrdiff_t Tokenizer::lengthOfLineEnd(const char* lineEnd) const {
+  const bool isPair = lineEnd[0] == '\r' && lineEnd[1] == '\n' && lineEnd + 1 < window_.end();
+  return isPair && !window_.hasJoinAt(lineEnd + 1) ? 2 : 1;
+}
+
+/// Counts the lines that end inside a token.
+void Tokenizer::passLines(std::string_view text) {
+  for (const char* p = text.data(); p < text.data() + text.size();) {
+    if (!is(kLineEnd, *p)) {
+      ++p;
+      continue;
+    }
+    line_ += window_.joinsBefore(p) + 1;
+    p += lengthOfLineEnd(p);
+  }
 }
 
 /// The end and the kind of the token at the cursor, where neither a blank nor a line end stands.
@@ -140,7 +149,7 @@ const char* Tokenizer::scanIdentifier(bool insideComment, TokenKind& kind) {
   if (mayBeRawString(end, insideComment)) {
     if (const char* const closed = rawStringEnd(end)) {
       kind = TokenKind::String;
-      line_ += countLineEnds(textBetween(cursor_, closed));
+      passLines(textBetween(cursor_, closed));
       return closed;
     }
   }

@@ -48,6 +48,8 @@ class Tokenizer {
   const char* rawStringEnd(const char* quote);
   bool mayBeRawString(const char* wordEnd, bool insideComment) const;
   bool endLine(Token& token);
+  std::ptrdiff_t lengthOfLineEnd(const char* lineEnd) const;
+  void passLines(std::string_view text);
 
   SourceWindow window_;
   const char* cursor_;
