@@ -14,6 +14,7 @@
 #include "host/app/companion.h"
 #include "host/app/exit_status.h"
 #include "host/app/host_options.h"
+#include "host/app/menu_command.h"
 #include "host/headless/terminal_view.h"
 #include "host/services/paths.h"
 #include "host/services/threads.h"
@@ -238,6 +239,8 @@ class Program {
   void describeCommands(CLI::App& app, std::function<int()>& action) {
     CLI::App* commands = app.add_subcommand("commands", "lists the registered commands: id, tab, name");
     commands->callback([&] { action = [this] { return listCommands(services()); }; });
+    CLI::App* menu = app.add_subcommand("menu", "lists the menus that the GUI script lays out");
+    menu->callback([&] { action = [this] { return listMenu(services()); }; });
     describeExecute(app, action);
 
     CLI::App* render = app.add_subcommand("render", "renders one scene to one picture");

@@ -16,7 +16,10 @@ inline constexpr int32_t kHostVersion = 16038;
 #undef HOST_SLOT
 #undef HOST_AREA_END
 
-/// All of them.
+/// What FindLibrary answers for HOST_LIBRARY_SCRIPT.
+const HostScriptLibrary& scriptLibrary();
+
+/// All areas.
 HostTables hostTables();
 
 }  // namespace host

@@ -43,7 +43,7 @@ HostResources* LoadModuleResources(const HostFileName* moduleFolder) {
   return &loaded.insert_or_assign(folder, HostResources{folder}).first->second;
 }
 
-const void* FindLibrary(int32_t) { return nullptr; }
+const void* FindLibrary(int32_t id) { return id == HOST_LIBRARY_SCRIPT ? &scriptLibrary() : nullptr; }
 
 }  // namespace
 
