@@ -6,7 +6,6 @@
 #include <memory>
 #include <vector>
 
-#include "core.framework/source/ostrak/configuration.h"
 #include "lumicheck/Lumicheck_compare.h"
 
 namespace {
@@ -90,20 +89,6 @@ TEST(LumicheckCompare, MeansAreRightAndWrapAsTheyAlwaysDid) {
   EXPECT_DOUBLE_EQ(outfitter::MeanDifference(1000, 3840, 2160), 1000 / 2050248704.0);
   EXPECT_EQ(outfitter::MeanDifference(static_cast<uint32_t>(3840ULL * 2160 * 765), 3840, 2160), 1.0);
   EXPECT_LT(outfitter::MeanDifference(0x80000000U, 3840, 2160), 0);
-}
-
-TEST(ConfigurationRegistry, IsFullAt256AndStillGivesDefaults) {
-  auto& registry = ostrak::ConfigurationRegistry::Get();
-  const auto storage = std::make_unique<bool[]>(300);
-  int registered = registry.count();
-  for (int i = 0; registered < ostrak::ConfigurationRegistry::kCapacity; ++i, ++registered) {
-    EXPECT_FALSE(ostrak::RegisterConfigurationValue("g_some", &storage[i], false, 1, "help"));
-  }
-  EXPECT_EQ(registry.count(), 256);
-  EXPECT_TRUE(ostrak::RegisterConfigurationValue("g_oneTooMany", &storage[299], true, 1, "help"));
-  EXPECT_EQ(registry.count(), 256);
-  EXPECT_TRUE(storage[299]);
-  EXPECT_STREQ(registry.entry(255).name, "g_some");
 }
 
 }  // namespace

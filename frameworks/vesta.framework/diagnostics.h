@@ -18,8 +18,8 @@ enum DiagnosticFlags : uint32_t {
   kDiagnostic = 1,
   kWarning = 2,
   kCritical = 4,  ///< counts only where kWarning does not
-  kNoLineEnd = uint32_t{1} << 29,
-  kLocation = uint32_t{1} << 30,  ///< time and source stand behind the message
+  kNoLineEnd = 0x20000000,
+  kLocation = 0x40000000,  ///< time and source stand behind the message
 };
 
 /// The bits that say how grave a message is; it is printed when its flags and the output mask share one.

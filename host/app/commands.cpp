@@ -1,5 +1,6 @@
 #include "host/app/commands.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host/app/exit_status.h"
@@ -9,6 +10,7 @@
 #include "host/services/files.h"
 #include "host/services/paths.h"
 #include "host/services/threads.h"
+#include "host/services/utf8.h"
 #include "vesta.framework/contract/command_ids.h"
 
 namespace host {
@@ -26,6 +28,24 @@ RunRequest storedRun(const SettingsStore& settings) {
     return path != nullptr ? path->bytes : std::string();
   };
   return {pathOf(kStoredScenePath), pathOf(kStoredReferencePath)};
+}
+
+/// Each row as a line, its columns two blanks apart.
+std::vector<std::string> alignedColumns(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<size_t> widths(rows.front().size());
+  for (const auto& row : rows) {
+    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+  }
+  std::vector<std::string> lines;
+  for (const auto& row : rows) {
+    std::string line;
+    for (size_t i = 0; i < row.size(); ++i) {
+      line.append(row[i]).append(widths[i] + 2 - row[i].size(), ' ');
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    lines.push_back(std::move(line));
+  }
+  return lines;
 }
 
 std::string plural(std::size_t count, const char* noun) {
@@ -51,6 +71,17 @@ int listCommands(HostServices& services) {
     services.console.print(std::to_string(command->id) + "\t" + shownName(command->name));
   }
   return kExitGood;
+}
+
+int listConfiguration(HostServices& services) {
+  std::vector<std::vector<std::string>> rows = {{"NAME", "VALUE", "DEFAULT", "FROM", "HELP"}};
+  for (const ConfigurationValue& value : services.configuration.values()) {
+    rows.push_back({value.name, value.text, value.defaultText, value.source, value.help});
+  }
+  for (const std::string& line : alignedColumns(rows)) services.console.print(visible(line));
+  const auto unknown = services.configuration.unknownNames();
+  for (const std::string& name : unknown) services.console.printError("not known: " + name);
+  return unknown.empty() ? kExitGood : kExitWrong;
 }
 
 int executeCommand(HeadlessHost& host, const ExecuteRequest& request) {

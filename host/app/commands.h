@@ -17,6 +17,9 @@ struct ExecuteRequest {
 
 /// Lists the registered commands: id, tab, name.
 int listCommands(HostServices& services);
+/// Lists the configuration values: name, value, default, where it came from, help; and names in files that
+/// are none.
+int listConfiguration(HostServices& services);
 /// Runs one command as a user would.
 int executeCommand(HeadlessHost& host, const ExecuteRequest& request);
 /// Renders one scene to one picture, TIFF or PNG by its suffix.

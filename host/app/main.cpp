@@ -241,6 +241,8 @@ class Program {
     commands->callback([&] { action = [this] { return listCommands(services()); }; });
     CLI::App* menu = app.add_subcommand("menu", "lists the menus that the GUI script lays out");
     menu->callback([&] { action = [this] { return listMenu(services()); }; });
+    CLI::App* config = app.add_subcommand("config", "lists the configuration values");
+    config->callback([&] { action = [this] { return listConfiguration(services()); }; });
     describeExecute(app, action);
 
     CLI::App* render = app.add_subcommand("render", "renders one scene to one picture");

@@ -120,4 +120,14 @@ std::vector<std::string> Configuration::apply() {
   return problems;
 }
 
+std::vector<std::string> Configuration::unknownNames() const {
+  std::vector<std::string> names;
+  for (const auto& [name, given] : fromFiles_) {
+    const auto isNamed = [&wanted = name](const ConfigurationValue& value) { return value.name == wanted; };
+    const bool known = std::any_of(values_.begin(), values_.end(), isNamed);
+    if (!known) names.push_back(name + " (" + given.source + ")");
+  }
+  return names;
+}
+
 }  // namespace host

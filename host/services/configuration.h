@@ -41,6 +41,8 @@ class Configuration {
   std::vector<std::string> apply();
 
   const std::vector<ConfigurationValue>& values() const { return values_; }
+  /// Names in the files that nobody declared, each with its file: "NAME (FILE)".
+  std::vector<std::string> unknownNames() const;
 
  private:
   struct Given {

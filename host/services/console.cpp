@@ -1,6 +1,6 @@
 #include "host/services/console.h"
 
-#include <map>
+#include <utility>
 
 namespace host {
 
@@ -12,6 +12,26 @@ void Console::send(Event event) {
   // What other threads said before comes first.
   flush();
   show(event);
+}
+
+void Console::printErrorPiece(std::string_view piece) {
+  constexpr size_t kLongestPart = 65536;
+  std::vector<std::string> lines;
+  {
+    const std::lock_guard lock(pieceMutex_);
+    std::string& line = pieces_[std::this_thread::get_id()];
+    for (const char letter : piece) {
+      if (letter != '\n') line += letter;
+      if (letter == '\n' || line.size() >= kLongestPart) lines.push_back(std::exchange(line, {}));
+    }
+    if (line.empty()) pieces_.erase(std::this_thread::get_id());
+  }
+  for (std::string& line : lines) printError(std::move(line));
+}
+
+void Console::endErrorPieces() {
+  flush();
+  for (const auto& [thread, line] : std::exchange(pieces_, {})) view_.errorLine(line);
 }
 
 void Console::flush() {

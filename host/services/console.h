@@ -2,8 +2,8 @@
 // What the user reads: console lines, message boxes, the status bar. Threads other than the main one only
 // queue; the main thread shows.
 
-#include <functional>
-#include <memory>
+#include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -35,6 +35,9 @@ class Console {
 
   void print(std::string text) { send({Event::Kind::ConsoleLine, 0, std::move(text), {}}); }
   void printError(std::string text) { send({Event::Kind::ErrorLine, 0, std::move(text), {}}); }
+  /// A piece of an error line, which ends with a line feed. Pieces of one thread make its lines; lines of
+  /// many threads do not mix. One of more than 64 KiB is shown in parts.
+  void printErrorPiece(std::string_view piece);
   void showMessage(std::string text) { send({Event::Kind::MessageBox, 0, std::move(text), {}}); }
   void statusBar(int percent) { send({Event::Kind::StatusBar, percent, {}, {}}); }
   void statusText(std::string text) { send({Event::Kind::StatusText, 0, std::move(text), {}}); }
@@ -42,6 +45,8 @@ class Console {
 
   /// Shows everything that waits. Main thread.
   void flush();
+  /// Shows the lines that nobody has ended, when nobody will any more. Main thread.
+  void endErrorPieces();
   /// Shows one event that came out of the queue; a box together with what waits. Main thread.
   void show(const Event& event);
 
@@ -61,6 +66,8 @@ class Console {
   const std::thread::id mainThread_ = std::this_thread::get_id();
   std::vector<std::string> boxes_;
   std::vector<std::string> statusLines_;
+  std::mutex pieceMutex_;
+  std::map<std::thread::id, std::string> pieces_;  ///< of each thread, its line that has not ended
 };
 
 }  // namespace host
