@@ -21,11 +21,13 @@ inline constexpr uint32_t kDepth = 16;
 struct Evaluation {
   bool success = false;
   uint32_t status = 0;
-  int32_t integer = 0;  ///< modulo 2^32
-  double real = 0;
+  int32_t integer = 0;  ///< modulo 2^32; of a real value its whole part where that fits, else 0
+  double real = 0;      ///< both are the value where there is one or it only wrapped
 };
 
-/// Evaluates `text`. Thread: any. Takes time in the length of the text and bounded stack, whatever the text.
+/// Evaluates a C expression of constants, as the contract describes it. An int that leaves the range of ints
+/// goes on as C's compilers wrap it, and counts as wrapped only where an unsigned int could not hold it
+/// either. Thread: any. Takes time in the length of the text and bounded stack, whatever the text.
 Evaluation evaluateExpression(std::string_view text, EvaluationMode mode);
 
 }  // namespace host

@@ -30,6 +30,25 @@ const char* skipAtMost(int count, const char* from, Belongs belongs) {
   return from;
 }
 
+const char* wordEnd(const char* from) {
+  while (is(kWord, *from)) ++from;
+  return from;
+}
+
+const char* numberEnd(const char* from, bool insideComment) {
+  for (;;) {
+    const bool signedExponent = isExponent(from[0]) && isSign(from[1]);
+    const bool separator = from[0] == '\'' && is(kWord, from[1]) && !insideComment;
+    if (signedExponent || separator) {
+      from += 2;
+    } else if (is(kWord, *from) || *from == '.') {
+      ++from;
+    } else {
+      return from;
+    }
+  }
+}
+
 /// Behind the escape that the backslash at `from` begins.
 const char* escapeEnd(const char* from) {
   const char* const letter = from + 1;
@@ -95,7 +114,6 @@ bool Tokenizer::endLine(Token& token) {
   }
   glued_ = false;
   lineOpen_ = false;
-  wasCut_ = false;
   return true;
 }
 
@@ -122,13 +140,11 @@ const char* Tokenizer::scan(bool insideComment, TokenKind& kind) {
   const char first = *cursor_;
   if (wasCut_) {
     kind = cutKind_;
-    wasCut_ = false;
-    return cut(kind == TokenKind::Number ? scanNumber(cursor_, insideComment) : scanWord(cursor_));
+    return cut(kind == TokenKind::Number ? numberEnd(cursor_, insideComment) : wordEnd(cursor_), kind);
   }
   if (is(kDigit, first) || (first == '.' && is(kDigit, cursor_[1]))) {
     kind = TokenKind::Number;
-    cutKind_ = kind;
-    return cut(scanNumber(cursor_, insideComment));
+    return cut(numberEnd(cursor_, insideComment), kind);
   }
   if (is(kWord, first)) return scanIdentifier(insideComment, kind);
   const char* end = nullptr;
@@ -145,7 +161,7 @@ const char* Tokenizer::scan(bool insideComment, TokenKind& kind) {
 }
 
 const char* Tokenizer::scanIdentifier(bool insideComment, TokenKind& kind) {
-  const char* const end = scanWord(cursor_);
+  const char* const end = wordEnd(cursor_);
   if (mayBeRawString(end, insideComment)) {
     if (const char* const closed = rawStringEnd(end)) {
       kind = TokenKind::String;
@@ -154,33 +170,14 @@ const char* Tokenizer::scanIdentifier(bool insideComment, TokenKind& kind) {
     }
   }
   kind = TokenKind::Identifier;
-  cutKind_ = kind;
-  return cut(end);
-}
-
-const char* Tokenizer::scanWord(const char* from) const {
-  while (is(kWord, *from)) ++from;
-  return from;
-}
-
-const char* Tokenizer::scanNumber(const char* from, bool insideComment) const {
-  for (;;) {
-    if (isExponent(from[0]) && isSign(from[1])) {
-      from += 2;
-    } else if (is(kWord, *from) || *from == '.') {
-      ++from;
-    } else if (*from == '\'' && !insideComment && is(kWord, from[1])) {
-      from += 2;
-    } else {
-      return from;
-    }
-  }
+  return cut(end, kind);
 }
 
 /// Ends the token at the cursor where it becomes too long, so that the rest could be a token of its own.
-const char* Tokenizer::cut(const char* end) {
+const char* Tokenizer::cut(const char* end, TokenKind kind) {
   wasCut_ = end - cursor_ > kLongestToken;
   if (!wasCut_) return end;
+  cutKind_ = kind;
   const char* piece = cursor_ + kLongestToken;
   while (!is(kWord, *piece) && *piece != '.') --piece;
   return piece;
@@ -198,9 +195,9 @@ const char* Tokenizer::stringEnd() {
   return nullptr;
 }
 
-bool Tokenizer::mayBeRawString(const char* wordEnd, bool insideComment) const {
-  if (*wordEnd != '"' || wordEnd[-1] != 'R' || insideComment) return false;
-  const std::string_view prefix = textBetween(cursor_, wordEnd);
+bool Tokenizer::mayBeRawString(const char* end, bool insideComment) const {
+  if (*end != '"' || end[-1] != 'R' || insideComment) return false;
+  const std::string_view prefix = textBetween(cursor_, end);
   return prefix == "R" || prefix == "LR" || prefix == "uR" || prefix == "UR" || prefix == "u8R";
 }
 

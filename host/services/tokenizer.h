@@ -41,12 +41,10 @@ class Tokenizer {
   bool skipBlanks();
   const char* scan(bool insideComment, TokenKind& kind);
   const char* scanIdentifier(bool insideComment, TokenKind& kind);
-  const char* scanWord(const char* from) const;
-  const char* scanNumber(const char* from, bool insideComment) const;
-  const char* cut(const char* end);
+  const char* cut(const char* end, TokenKind kind);
   const char* stringEnd();
   const char* rawStringEnd(const char* quote);
-  bool mayBeRawString(const char* wordEnd, bool insideComment) const;
+  bool mayBeRawString(const char* end, bool insideComment) const;
   bool endLine(Token& token);
   std::ptrdiff_t lengthOfLineEnd(const char* lineEnd) const;
   void passLines(std::string_view text);

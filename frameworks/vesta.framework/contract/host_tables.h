@@ -181,7 +181,8 @@ enum { HOST_VIDEO_POST_FLAGGED = 1001015, HOST_VIDEO_POST_FLAG = 4 };
 enum {
   HOST_TOKEN_IDENTIFIER = 1,  /* letters, digits, "_" and bytes above 127; begins with no digit */
   HOST_TOKEN_NUMBER = 2,      /* as a C preprocessor sees numbers */
-  HOST_TOKEN_STRING = 3,      /* with its quotes, closed on the same line; raw strings may span lines */
+  HOST_TOKEN_STRING = 3,      /* with its quotes, closed on the same line; raw strings, with their prefix, may
+                                 span lines */
   HOST_TOKEN_CHARACTER = 4,   /* one to four characters with their quotes, closed on the same line */
   HOST_TOKEN_PUNCTUATION = 5, /* one character */
   HOST_TOKEN_LINE_END = 6     /* no text; the end of the file ends the last line */
