@@ -2,8 +2,7 @@
 // BRAMBLE, the host's script language: source files compiled to files that hold byte code.
 
 #include <string>
-
-#include "host/script/diagnostics.h"
+#include <vector>
 
 namespace host {
 
