@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <system_error>
 
 #include "host/script/diagnostics.h"
@@ -86,6 +87,12 @@ int waitFor(pid_t process) {
   return status;
 }
 
+std::string whyKilled(int signal) {
+  // At both limits of RLIMIT_CPU; the second one comes as SIGKILL.
+  if (signal == SIGXCPU || signal == SIGKILL) return "the script engine took too long";
+  return std::string("the script engine failed: ") + strsignal(signal);
+}
+
 }  // namespace
 
 std::string runApart(const std::function<std::string()>& work) {
@@ -99,10 +106,8 @@ std::string runApart(const std::function<std::string()>& work) {
   out.close();
   std::string answer = in.readAll();
   const int status = waitFor(process);
-  if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGKILL)) {
-    throw ScriptError("the script library took too long");
-  }
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) throw ScriptError("the script library failed");
+  if (WIFSIGNALED(status)) throw ScriptError(whyKilled(WTERMSIG(status)));
+  if (WEXITSTATUS(status) != 0) throw ScriptError("the script engine failed");
   return answer;
 }
 

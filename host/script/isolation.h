@@ -1,6 +1,6 @@
 #pragma once
-// The script library does not stand every input: the like of a name that is too long for one of its messages
-// overflows it. What it does happens in a process of its own, whose end is not that of the host.
+// The script engine does not stand every input: a name that is too long for one of its messages ends it, and
+// so do assertions. What it does happens in a process of its own, whose end is not that of the host.
 
 #include <functional>
 #include <string>

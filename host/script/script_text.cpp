@@ -10,13 +10,22 @@ constexpr std::size_t kMostBytes = std::size_t{16} << 20;
 /// Of all strings that live, with what each takes beside its text.
 std::size_t g_liveBytes = 0;
 
-/// Whether `bytes` more may live. If not, the script that runs ends.
+/// Ends the script that runs.
+void raise(const char* reason) {
+  if (auto* context = AngelScript::asGetActiveContext(); context != nullptr) context->SetException(reason);
+}
+
+/// Whether `bytes` more may live; raises an exception if not.
 bool hasRoomFor(std::size_t bytes) {
   if (g_liveBytes + bytes <= kMostBytes) return true;
-  if (auto* context = AngelScript::asGetActiveContext(); context != nullptr) {
-    context->SetException("the strings of the script take more than 16 MiB");
-  }
+  raise("the strings of the script take more than 16 MiB");
   return false;
+}
+
+/// Whether an argument is there; raises an exception if not.
+bool isThere(const ScriptText* text) {
+  if (text == nullptr) raise("a string is used before it has a value");
+  return text != nullptr;
 }
 
 }  // namespace
@@ -34,12 +43,28 @@ ScriptText* ScriptText::makeWith(std::string_view first, std::string_view second
   return text;
 }
 
-ScriptText& ScriptText::assign(const ScriptText& other) {
-  if (this == &other || !hasRoomFor(other.text_.size())) return *this;
+ScriptText* ScriptText::copy(const ScriptText* other) {
+  return isThere(other) ? makeWith(other->text_) : nullptr;
+}
+
+ScriptText& ScriptText::assign(const ScriptText* other) {
+  if (!isThere(other) || this == other || !hasRoomFor(other->text_.size())) return *this;
   g_liveBytes -= text_.size();
-  text_ = other.text_;
+  text_ = other->text_;
   g_liveBytes += text_.size();
   return *this;
+}
+
+ScriptText& ScriptText::append(const ScriptText* other) {
+  return isThere(other) ? appendBytes(other->text_) : *this;
+}
+
+ScriptText* ScriptText::joined(const ScriptText* other) const {
+  return isThere(other) ? makeWith(text_, other->text_) : nullptr;
+}
+
+int ScriptText::compare(const ScriptText* other) const {
+  return isThere(other) ? text_.compare(other->text_) : 0;
 }
 
 ScriptText& ScriptText::appendBytes(std::string_view bytes) {

@@ -15,7 +15,7 @@ class ScriptText {
  public:
   /// Belongs to the caller, who ends it with release(); so do all answers that are pointers.
   static ScriptText* make() { return makeWith({}); }
-  static ScriptText* copy(const ScriptText& other) { return makeWith(other.text_); }
+  static ScriptText* copy(const ScriptText* other);
   /// A literal; not held to the bound, as its source is.
   static ScriptText* literal(std::string_view text) { return new ScriptText(text); }
 
@@ -29,14 +29,14 @@ class ScriptText {
     if (--references_ == 0) delete this;
   }
 
-  ScriptText& assign(const ScriptText& other);
-  ScriptText& append(const ScriptText& other) { return appendBytes(other.text_); }
+  ScriptText& assign(const ScriptText* other);
+  ScriptText& append(const ScriptText* other);
   ScriptText& appendNumber(int64_t number) { return appendBytes(std::to_string(number)); }
-  ScriptText* joined(const ScriptText& other) const { return makeWith(text_, other.text_); }
+  ScriptText* joined(const ScriptText* other) const;
   ScriptText* joinedWithNumber(int64_t number) const { return makeWith(text_, std::to_string(number)); }
   ScriptText* joinedBehindNumber(int64_t number) const { return makeWith(std::to_string(number), text_); }
-  bool equals(const ScriptText& other) const { return text_ == other.text_; }
-  int compare(const ScriptText& other) const { return text_.compare(other.text_); }
+  bool equals(const ScriptText* other) const { return compare(other) == 0; }
+  int compare(const ScriptText* other) const;
   /// Bytes.
   uint32_t length() const { return static_cast<uint32_t>(text_.size()); }
   bool isEmpty() const { return text_.empty(); }

@@ -21,7 +21,7 @@ auto unpacked(std::string_view bytes, const Reader& read) {
   try {
     return read(json::from_msgpack(bytes.begin(), bytes.end()));
   } catch (const json::exception&) {
-    throw ScriptError("the script library failed");
+    throw ScriptError("the script engine failed");
   }
 }
 
