@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "tests/support/process.h"
 #include "tests/support/test_host.h"
 #include "tests/support/watched_tables.h"
 
@@ -262,6 +263,23 @@ TEST_F(MakeDistri, WritesOverWhatCannotBeWrittenAndSaysWhereItCannotWrite) {
   testing::internal::CaptureStderr();
   EXPECT_EQ(build(&without), Lines{"Error: Compiling gui.brc"});
   testing::internal::GetCapturedStderr();
+}
+
+TEST_F(MakeDistri, AFullDiskIsNamedByTheHostAndKeepsTheOldFile) {
+  std::string many;
+  for (int i = 0; i < 300; ++i) many += "#define SYMBOL_" + std::to_string(i) + " 1\n";
+  header("a.h", many);
+  writeText(app / "resource/bramblesymbols.h", "old");
+  for (const char* name : {"modules", "bin"}) fs::remove_all(app / name);
+  fs::create_directory_symlink(fs::path(VESTA_TEST_APP_DIR) / "modules", app / "modules");
+  const Ended ended = Process(VESTA_TEST_PROGRAM,
+                              {"--app-dir", app.path().string(), "--prefs-dir", (app / "prefs").string(),
+                               "-createdistribution"},
+                              {.fileSizeLimit = 4000})
+                          .wait();
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_TRUE(ended.saidErr("resource/bramblesymbols.h: not written: File too large")) << ended.err;
+  EXPECT_EQ(readText(app / "resource/bramblesymbols.h"), "old");
 }
 
 TEST_F(MakeDistri, HeadersThatCannotBeReadAreNamedAndLeftOut) {

@@ -223,7 +223,7 @@ TEST(Tokenizer, FilesThatCannotBeReadAreNamedAndCounted) {
                                       folder + "/none.h: cannot be read: No such file or directory",
                                       "/proc/self/mem: cannot be read: Input/output error",
                                       folder + "/big.h: cannot be read: Bad file descriptor"}));
-  EXPECT_EQ(running.services().runLog.inputsNotRead(), 4);
+  EXPECT_EQ(running.services().runLog.filesFailed(), 4);
 }
 
 }  // namespace

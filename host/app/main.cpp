@@ -168,7 +168,7 @@ class Program {
     int status = dispatch();
     services().console.flush();
     // What could not be listed or read may hold what nobody tested.
-    if (services().runLog.inputsNotRead() > 0) status = graver(status, kExitWrong);
+    if (services().runLog.filesFailed() > 0) status = graver(status, kExitWrong);
     if (interruptRequested()) return kExitStopped;
     return graver(status, statusOfMessages(services().console));
   }

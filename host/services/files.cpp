@@ -21,6 +21,8 @@ namespace {
   throw std::system_error(errno, std::generic_category(), name);
 }
 
+std::error_code lastError() { return {errno, std::generic_category()}; }
+
 /// In the same folder, and short: a name that fits there leaves no room for an addition.
 std::string temporaryName(const std::string& place) {
   static std::atomic<unsigned> count{0};
@@ -93,7 +95,7 @@ FileStream::~FileStream() { abandon(); }
 void FileStream::abandon() {
   if (descriptor_ >= 0) ::close(descriptor_);
   descriptor_ = -1;
-  failed_ = false;
+  failure_.clear();
   pending_.reset();
 }
 
@@ -124,17 +126,17 @@ bool FileStream::openForWriting(const std::string& name) {
 bool FileStream::close() {
   if (descriptor_ < 0) return false;
   // Some file systems tell of a full disk only here.
-  bool good = ::close(descriptor_) == 0 && !failed_;
+  if (::close(descriptor_) != 0 && !failure_) failure_ = lastError();
   descriptor_ = -1;
-  if (good && pending_) {
+  if (!failure_ && pending_) {
     try {
       pending_->commit();
-    } catch (const std::system_error&) {
-      good = false;
+    } catch (const std::system_error& error) {
+      failure_ = error.code();
     }
   }
-  abandon();
-  return good;
+  pending_.reset();
+  return !failure_;
 }
 
 int64_t FileStream::read(void* buffer, int64_t count) {
@@ -152,8 +154,8 @@ int64_t FileStream::read(void* buffer, int64_t count) {
 
 bool FileStream::write(const void* buffer, int64_t count) {
   if (descriptor_ < 0 || !pending_ || count < 0) return false;
-  if (!writeAll(descriptor_, buffer, count)) failed_ = true;
-  return !failed_;
+  if (!writeAll(descriptor_, buffer, count) && !failure_) failure_ = lastError();
+  return !failure_;
 }
 
 int64_t FileStream::length() const {

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace host {
@@ -39,8 +40,11 @@ class FileStream {
 
   bool openForReading(const std::string& name);
   bool openForWriting(const std::string& name);
+  bool isWritten() const { return pending_ != nullptr; }
   /// A file that was written takes its name now. False when it was not open, or a byte could not be written.
   bool close();
+  /// Why the last close() failed.
+  const std::error_code& failure() const { return failure_; }
   /// Bytes read; fewer than `count` only at the end, -1 on an error.
   int64_t read(void* buffer, int64_t count);
   bool write(const void* buffer, int64_t count);
@@ -51,7 +55,7 @@ class FileStream {
   void abandon();
 
   int descriptor_ = -1;
-  bool failed_ = false;
+  std::error_code failure_;  ///< the first thing that went wrong
   std::unique_ptr<PendingFile> pending_;
 };
 

@@ -38,14 +38,14 @@ void RunLog::failed(const std::string& reason) {
   if (!costs_.empty()) costs_.back().failure = reason;
 }
 
-void RunLog::inputNotRead() {
+void RunLog::fileFailed() {
   const std::lock_guard lock(mutex_);
-  ++inputsNotRead_;
+  ++filesFailed_;
 }
 
-int RunLog::inputsNotRead() const {
+int RunLog::filesFailed() const {
   const std::lock_guard lock(mutex_);
-  return inputsNotRead_;
+  return filesFailed_;
 }
 
 std::string RunLog::resultFolder() const {

@@ -28,19 +28,19 @@ class RunLog {
   void saved(double milliseconds);
   /// Why the scene that was loaded last could not be loaded, rendered or saved.
   void failed(const std::string& reason);
-  /// A folder could not be listed, or a file not read, that the tools were to go through.
-  void inputNotRead();
+  /// A folder could not be listed, or a file not read or written, although a tool wanted it so.
+  void fileFailed();
 
   /// The folder of the last table; empty when none was written.
   std::string resultFolder() const;
   std::vector<SceneCost> costs() const;
-  int inputsNotRead() const;
+  int filesFailed() const;
 
  private:
   mutable std::mutex mutex_;
   std::string resultFolder_;
   std::vector<SceneCost> costs_;
-  int inputsNotRead_ = 0;
+  int filesFailed_ = 0;
 };
 
 }  // namespace host

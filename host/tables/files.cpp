@@ -21,11 +21,21 @@ HostBool FileOpen(HostFile* file, const HostFileName* name, int32_t access, int3
                   int32_t) {
   if (access == HOST_FILE_READ) return file->stream.openForReading(name->path) ? 1 : 0;
   if (access != HOST_FILE_WRITE || !file->stream.openForWriting(name->path)) return 0;
+  file->name = name->path;
   services().runLog.openedForWriting(name->path);
   return 1;
 }
 
-HostBool FileClose(HostFile* file) { return file->stream.close() ? 1 : 0; }
+HostBool FileClose(HostFile* file) {
+  const bool isWritten = file->stream.isWritten();
+  if (file->stream.close()) return 1;
+  // Not every tool asks whether what it wrote is there.
+  if (isWritten) {
+    services().runLog.fileFailed();
+    services().console.printError(file->name + ": not written: " + file->stream.failure().message());
+  }
+  return 0;
+}
 
 int32_t FileReadBytes(HostFile* file, void* buffer, int32_t count, HostBool) {
   return static_cast<int32_t>(std::max<int64_t>(file->stream.read(buffer, count), 0));
@@ -48,7 +58,7 @@ HostBool BrowseInit(HostBrowse* browse, const HostFileName* folder, int32_t) {
     browse->entries = listFolder(folder->path);
     return 1;
   } catch (const std::system_error& error) {
-    services().runLog.inputNotRead();
+    services().runLog.fileFailed();
     services().console.printError(folder->path + ": the folder cannot be listed: " + reasonOf(error));
     return 0;
   }

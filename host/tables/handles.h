@@ -82,6 +82,7 @@ struct HostFileName : host::Counted<host::HandleKind::FileName> {
 
 struct HostFile : host::Counted<host::HandleKind::File> {
   host::FileStream stream;
+  std::string name;  ///< of a file that is written
 };
 
 struct HostBrowse : host::Counted<host::HandleKind::Browse> {

@@ -10,7 +10,7 @@ namespace host {
 namespace {
 
 void reportNotRead(const std::string& file, const std::system_error& error) {
-  services().runLog.inputNotRead();
+  services().runLog.fileFailed();
   services().console.printError(file + ": cannot be read: " + reasonOf(error));
 }
 
