@@ -11,6 +11,7 @@ namespace host {
 namespace {
 
 using namespace evaluation_status;
+using namespace expression;
 using namespace source_character;
 
 constexpr int kDeepestNesting = 256;
@@ -108,7 +109,7 @@ class Evaluator {
   }
 
   bool take(char c) {
-    if (rest_.empty() || peek() != c) return false;
+    if (peek() != c) return false;
     rest_.remove_prefix(1);
     return true;
   }

@@ -9,7 +9,7 @@
 #include "host/services/expression.h"
 #include "host/services/source_characters.h"
 
-namespace host {
+namespace host::expression {
 namespace {
 
 using namespace evaluation_status;
@@ -221,4 +221,4 @@ Literal readCharacter(std::string_view text) {
   return {{numberOf(number), 0}, std::min(position + 1, text.size())};
 }
 
-}  // namespace host
+}  // namespace host::expression

@@ -6,7 +6,7 @@
 
 #include "host/services/expression_numbers.h"
 
-namespace host {
+namespace host::expression {
 
 struct Literal {
   Result result;
@@ -19,4 +19,4 @@ Literal readNumber(std::string_view text);
 /// The character constant whose quote begins `text`. At the end of the text its closing quote may lack.
 Literal readCharacter(std::string_view text);
 
-}  // namespace host
+}  // namespace host::expression

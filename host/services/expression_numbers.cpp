@@ -8,7 +8,7 @@
 #include "host/services/expression.h"
 #include "host/services/source_characters.h"
 
-namespace host {
+namespace host::expression {
 namespace {
 
 using namespace evaluation_status;
@@ -342,4 +342,4 @@ std::optional<ScalarType> typeNamed(std::string_view name) {
   return counts ? typeOfKeywords(*counts) : std::nullopt;
 }
 
-}  // namespace host
+}  // namespace host::expression

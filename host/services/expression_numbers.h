@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-namespace host {
+namespace host::expression {
 
 /// In the order of the usual arithmetic conversions: the common type of two is the later one. `long` is 32
 /// bits wide and so has no place of its own.
@@ -73,4 +73,4 @@ Result castTo(const ScalarType& type, const Number& operand);
 /// The type of that name: words with or without blanks between them.
 std::optional<ScalarType> typeNamed(std::string_view name);
 
-}  // namespace host
+}  // namespace host::expression
