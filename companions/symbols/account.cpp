@@ -165,7 +165,9 @@ class Accountant : public FindingSink {
     entry.neverWritten = finding.fate == Fate::Exported && IsNeverWritten(finding.name);
     if (finding.value != nullptr) addValue(entry, *finding.value);
     if (entry.isEnumerator) entry.behindOverrun = isBehindOverrun(finding);
+    if (entry.isEnumerator && entry.rawText.empty() && counting_.fromOdd) entry.behindOddity = true;
     entry.isOdd = isOdd(entry);
+    if (entry.isEnumerator && !entry.rawText.empty()) counting_.fromOdd = entry.isOdd;
     if (entry.isFunctionLike) account_.functionLike.insert(entry.name);
     if (finding.fate == Fate::Exported) account_.firstEntries.push_back(account_.entries.size());
     account_.entries.push_back(std::move(entry));
@@ -195,7 +197,7 @@ class Accountant : public FindingSink {
   bool isBehindOverrun(const Finding& finding) {
     const bool hasValue = !finding.rawText.empty();
     if (counting_.enumeration != finding.enumerationLine) {
-      counting_ = {finding.enumerationLine, finding.enumerationLine};
+      counting_ = {finding.enumerationLine, finding.enumerationLine, false};
     }
     if (hasValue) counting_.from = finding.line;
     return !hasValue && std::any_of(overruns_.begin(), overruns_.end(), [&](const OverrunComment& overrun) {
@@ -207,6 +209,7 @@ class Accountant : public FindingSink {
   struct Counting {
     int32_t enumeration = 0;
     int32_t from = 0;
+    bool fromOdd = false;  ///< so that what counts on from it is odd as well
   };
 
   Account& account_;

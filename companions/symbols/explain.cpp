@@ -23,7 +23,7 @@ bool contains(const std::vector<std::string>& words, const std::string& word) {
   return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-/// The names in a text, quoted parts left out, each once.
+/// The names in a text, quoted parts left out, in their order.
 std::vector<std::string> namesIn(const std::string& text) {
   std::vector<std::string> names;
   char quote = 0;
@@ -39,7 +39,7 @@ std::vector<std::string> namesIn(const std::string& text) {
       while (end < text.size() && isNameLetter(text[end])) ++end;
       const bool isNumber = std::isdigit(static_cast<unsigned char>(c)) != 0;
       std::string name = text.substr(i, end - i);
-      if (!isNumber && !contains(names, name)) names.push_back(std::move(name));
+      if (!isNumber) names.push_back(std::move(name));
       i = end - 1;
     }
   }
@@ -75,7 +75,7 @@ std::string unknownNames(const Account& account, const Entry& entry) {
     } else if (account.functionLike.count(name) != 0) {
       name.append(" (a function-like macro)");
     }
-    parts.push_back(std::move(name));
+    if (!contains(parts, name)) parts.push_back(std::move(name));
   }
   return parts.empty() ? "no constant expression" : "unknown: " + joined(parts);
 }
@@ -155,13 +155,19 @@ bool isDirective(const Entry& entry) {
   return entry.isEnumerator && std::find(kWords.begin(), kWords.end(), entry.name) != kWords.end();
 }
 
+/// A symbol that is put in more often than its name stands there was a part of something longer.
 std::vector<std::string> notesOnParts(const Entry& entry) {
   std::vector<std::string> notes;
-  const auto words = namesIn(entry.rawText);
+  std::vector<std::string> words = namesIn(entry.rawText);
   for (const Replacement& used : entry.used) {
+    const auto word = std::find(words.begin(), words.end(), used.name);
     const bool isSize = used.name.find('(') != std::string::npos;
-    if (!isSize && !contains(words, used.name))
-      notes.push_back(used.name + " was put in as a part of a longer word");
+    if (word != words.end()) {
+      words.erase(word);
+    } else if (!isSize) {
+      std::string note = used.name + " was put in as a part of a longer word";
+      if (!contains(notes, note)) notes.push_back(std::move(note));
+    }
   }
   return notes;
 }
@@ -246,8 +252,8 @@ std::string summary(const Account& account) {
     text.append(number).append("  ").append(kFateNames[i]);
   }
   if (!account.overruns.empty()) {
-    text.append("\n").append(std::to_string(account.overruns.size()));
-    text.append(" comments end with an even number of stars, and hide what follows; --explain lists them");
+    text.append("\nComments that end with an even number of stars, and hide what follows: ");
+    text.append(std::to_string(account.overruns.size())).append(" (--explain lists them)");
   }
   return text;
 }
