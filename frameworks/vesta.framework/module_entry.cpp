@@ -45,7 +45,12 @@ int32_t Dispatch(int32_t message, intptr_t argument, void* data, const HostTable
 
 }  // namespace
 
-__attribute__((visibility("default"))) int32_t vesta_main(int32_t message, intptr_t argument, void* data,
-                                                          const HostTables* tables) {
+#ifdef _WIN32
+#define VESTA_EXPORT __declspec(dllexport)
+#else
+#define VESTA_EXPORT __attribute__((visibility("default")))
+#endif
+
+VESTA_EXPORT int32_t vesta_main(int32_t message, intptr_t argument, void* data, const HostTables* tables) {
   return vesta::Guarded(kNotTaken, [&] { return Dispatch(message, argument, data, tables); });
 }

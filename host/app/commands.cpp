@@ -1,5 +1,6 @@
 #include "host/app/commands.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "host/app/exit_status.h"
@@ -8,6 +9,7 @@
 #include "host/services/bitmap.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
+#include "host/services/text.h"
 #include "host/services/threads.h"
 #include "vesta.framework/contract/command_ids.h"
 
@@ -32,6 +34,24 @@ std::string plural(std::size_t count, const char* noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
+/// The cells of one line of a table.
+using Row = std::vector<std::string>;
+
+/// Lines with their columns below each other; `rows` must not be empty, and all of one length.
+std::vector<std::string> aligned(const std::vector<Row>& rows) {
+  std::vector<std::string> lines(rows.size());
+  for (std::size_t column = 0; column < rows.front().size(); ++column) {
+    std::size_t width = 0;
+    for (const Row& row : rows) width = std::max(width, fromUtf8(row[column]).size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      const std::string& cell = rows[i][column];
+      lines[i].append(cell).append(width + 2 - fromUtf8(cell).size(), ' ');
+    }
+  }
+  for (std::string& line : lines) line.erase(line.find_last_not_of(' ') + 1);
+  return lines;
+}
+
 void render(HostServices& services, Document& document, Bitmap& bitmap) {
   const Container& settings = document.renderSettings();
   RenderRequest request;
@@ -49,6 +69,20 @@ void render(HostServices& services, Document& document, Bitmap& bitmap) {
 int listCommands(HostServices& services) {
   for (const auto& command : services.commands.commands()) {
     services.console.print(std::to_string(command->id) + "\t" + shownName(command->name));
+  }
+  return kExitGood;
+}
+
+int listConfiguration(HostServices& services) {
+  std::vector<Row> rows;
+  for (const ConfigurationValue& value : services.configuration.values()) {
+    rows.push_back({value.name, value.text, value.defaultText, value.source, value.help});
+  }
+  std::sort(rows.begin(), rows.end());
+  rows.insert(rows.begin(), {"name", "value", "default", "from", "help"});
+  for (const std::string& line : aligned(rows)) services.console.print(line);
+  for (const std::string& name : services.configuration.unknownNames()) {
+    services.console.printError("not known: " + name);
   }
   return kExitGood;
 }

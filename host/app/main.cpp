@@ -237,6 +237,9 @@ class Program {
   void describeCommands(CLI::App& app, std::function<int()>& action) {
     CLI::App* commands = app.add_subcommand("commands", "lists the registered commands: id, tab, name");
     commands->callback([&] { action = [this] { return listCommands(services()); }; });
+    CLI::App* config =
+        app.add_subcommand("config", "lists the configuration values and where they come from");
+    config->callback([&] { action = [this] { return listConfiguration(services()); }; });
     describeExecute(app, action);
 
     CLI::App* render = app.add_subcommand("render", "renders one scene to one picture");

@@ -23,7 +23,7 @@ HostBool PrintConsoleStatus(const HostString* text) {
 }
 
 int32_t HostDebugPrint(const char*, const char* text) {
-  services().console.printError(text);
+  services().console.printErrorPiece(text);
   return 1;
 }
 
