@@ -318,6 +318,9 @@ TEST(CoreDiagnostics, WriteOnePieceToStandardOutput) {
     const std::string text(length, 'x');
     EXPECT_EQ(written([&] { ostrak::CoreDebugOutput(1, text.c_str(), 0, ""); }), text + "\n") << length;
   }
+  const std::string file(2000, 'f');
+  EXPECT_EQ(written([&] { ostrak::CoreDebugOutput(1073741825, "text", 3, file.c_str()); }),
+            "text [" + file.substr(0, 1021) + "\n");
   ostrak::SuppressOutput(true);
   EXPECT_EQ(written([] { ostrak::CoreDebugOutput(4, "text", 0, ""); }), "");
   ostrak::SuppressOutput(false);
