@@ -70,6 +70,33 @@ TEST_F(ProgramCommand, NamesConfigurationThatIsWrong) {
   }
 }
 
+TEST_F(ProgramCommand, ListsTheConfigurationAndWhereItComesFrom) {
+  const fs::path app = appFolder(R"({"g_ostrakOutfitterTools": true, "g_vestaTiffCompression": "zip"})");
+  const fs::path file = preferences / "config.json";
+  writeText(file, R"({"g_vestaTiffCompression": "none", "g_enablDebugBreak": false})");
+  const Ended ended = vesta({"--app-dir", app, "-g", "g_enableDebugBreak=false", "config"},
+                            {.environment = {"VESTA_g_vestaThreads=3"}});
+  EXPECT_EQ(ended.status, 0);
+  EXPECT_EQ(ended.err, "not known: g_enablDebugBreak (" + file.string() + ")\n");
+  const std::string shipped = (app / "resource/config.json").string();
+  const size_t width = std::max(shipped.size(), file.string().size());
+  const auto from = [&](std::string place) {
+    place.resize(width, ' ');
+    return place;
+  };
+  EXPECT_EQ(ended.out, "name                    value  default  " + from("from") + "  help\n" +
+                           "g_enableDebugBreak      false  true     " + from("command line") +
+                           "  enable debug breaks (when debugger is attached)\n" +
+                           "g_enableParallelFor     true   true     " + from("default") +
+                           "  enable parallel execution of all ParallelFor loops\n" +
+                           "g_ostrakOutfitterTools  true   false    " + shipped + "\n" +
+                           "g_vestaThreads          3      0        " + from("environment") +
+                           "  threads that render; 0: one for each core\n" +
+                           "g_vestaTiffCompression  none   lzw      " + from(file.string()) +
+                           "  compression of the TIFF files that are written\n");
+  EXPECT_EQ(vesta({"-g", "g_enableParallelFor=2", "config"}).status, 2);
+}
+
 TEST_F(ProgramCommand, TheDialogsPathsAreStoredForTheNextTime) {
   const fs::path odd = folder / "od\xff d";
   writeTinyScene(odd / "a.vesta");

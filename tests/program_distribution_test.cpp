@@ -109,31 +109,4 @@ TEST_F(Distribution, SymbolsSaysWhatItCannotRead) {
   EXPECT_EQ(inApp({"-createdistribution"}).status, 1);
 }
 
-TEST_F(Distribution, ConfigListsValuesAndWhereTheyCameFrom) {
-  writeText(preferences / "config.json",
-            "{\"g_vestaThreads\": 3, \"g_enableParallelFor\": false, \"g_typo\": 1}");
-  const Ended ended = vesta({"-g", "g_enableDebugBreak=off", "config"},
-                            {.environment = {"VESTA_g_vestaTiffCompression=zip"}});
-  EXPECT_EQ(ended.status, 1);
-  EXPECT_TRUE(ended.saidErr("not known: g_typo (" + (preferences / "config.json").string() + ")"))
-      << ended.err;
-  std::istringstream lines(ended.out);
-  std::map<std::string, std::string> rows;
-  for (std::string name, rest; lines >> name && std::getline(lines, rest);) rows[name] = rest;
-  const auto row = [&](const std::string& name) {
-    std::istringstream words(rows[name]);
-    std::string value, byDefault, source;
-    words >> value >> byDefault;
-    std::getline(words, source);
-    return value + "," + byDefault + "," + source.substr(source.find_first_not_of(' '), 8);
-  };
-  const std::string user = preferences.string().substr(0, 8);
-  EXPECT_EQ(row("g_vestaThreads"), "3,0," + user);
-  EXPECT_EQ(row("g_enableParallelFor"), "false,true," + user);
-  EXPECT_EQ(row("g_enableDebugBreak"), "off,true,command ");
-  EXPECT_EQ(row("g_vestaTiffCompression"), "zip,lzw,environm");
-  EXPECT_TRUE(ended.saidOut("enable debug breaks (when debugger is attached)\n"));
-  EXPECT_EQ(rows.size(), 6U) << "and the heading";
-}
-
 }  // namespace

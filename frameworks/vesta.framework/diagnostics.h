@@ -1,62 +1,59 @@
-// Diagnostics of the host path: a message is formatted in the module and handed to the host's debug print,
-// piece by piece. Nothing here throws; every function may be called from any thread.
+// Diagnostics of the module: messages that go through the host's debug print, and what all messages share.
 #pragma once
 
-#include <cstdarg>
 #include <cstdint>
-
-#if defined(__GNUC__) && !defined(__MINGW32__)
-#define VESTA_PRINTF(text, first) __attribute__((format(printf, text, first)))
-#else
-#define VESTA_PRINTF(text, first)
-#endif
 
 namespace vesta {
 
-/// What a message is, and how it is printed: given with every message.
-enum DiagnosticFlags : uint32_t {
-  kDiagnostic = 1,
-  kWarning = 2,
-  kCritical = 4,  ///< counts only where kWarning does not
-  kNoLineEnd = 0x20000000,
-  kLocation = 0x40000000,  ///< time and source stand behind the message
-};
+/// Flags of a message, bit values. Without one of the first three it is never printed.
+inline constexpr uint32_t kMessageOrdinary = 1U << 0;
+inline constexpr uint32_t kMessageWarning = 1U << 1;     ///< "WARNING: " stands before the text
+inline constexpr uint32_t kMessageCritical = 1U << 2;    ///< "CRITICAL: " does, unless it is a warning
+inline constexpr uint32_t kMessageNoLineEnd = 1U << 29;  ///< the next message goes on in the same line
+inline constexpr uint32_t kMessageLocation = 1U << 30;   ///< with time and source location
 
-/// The bits that say how grave a message is; it is printed when its flags and the output mask share one.
-inline constexpr uint32_t kLevels = kDiagnostic | kWarning | kCritical;
-/// An output mask before anybody has set one.
-inline constexpr uint32_t kFirstOutputMask = kLevels | kNoLineEnd;
+/// The flags that say how grave a message is.
+inline constexpr uint32_t kMessageLevels = kMessageOrdinary | kMessageWarning | kMessageCritical;
+/// With what output masks begin. A message is printed when it shares a level with the mask.
+inline constexpr uint32_t kInitialOutputMask = kMessageLevels | kMessageNoLineEnd;
 
-/// Which messages the host path prints, and whether it stops in a debugger when something goes badly wrong.
-/// Written once, then read.
+/// Bytes of a text's buffer, and of a source location's; both with the terminating zero.
+inline constexpr int32_t kTextSize = 2048;
+inline constexpr int32_t kLocationSize = 1024;
+
+inline constexpr bool IsPrinted(uint32_t flags, uint32_t mask) {
+  return (flags & mask & kMessageLevels) != 0;
+}
+
+/// What stands before the text of a message; empty for ordinary ones.
+const char* LevelPrefix(uint32_t flags) noexcept;
+
+/// A text that may be missing, as printf shows it.
+inline const char* OrNullWord(const char* text) { return text != nullptr ? text : "(null)"; }
+
+/// The output mask and the debug-break switch of the messages that go through the host. Written by nobody
+/// while threads run.
 extern uint32_t g_outputMask;
 extern bool g_debugBreak;
-/// Whether a debugger was attached when the module was loaded.
-extern const bool g_debuggerAttached;
 
-/// Formats like snprintf into `buffer` of `size` bytes, and answers the number of bytes without the
-/// terminating zero, which is always there. A text that does not fit is cut, and reported as critical; one
-/// that would fit without its zero is cut only. A size below 1 writes nothing and answers 0.
-int32_t FormatBounded(char* buffer, int32_t size, const char* format, ...) VESTA_PRINTF(3, 4);
+/// Formats into `buffer`, `size` bytes with the terminating zero; answers the number of bytes before that
+/// zero. A text that does not fit is reported as critical and cut; answers size - 1 then, also when the
+/// formatter itself fails. A size below 1 writes nothing and answers 0. Thread: any.
+[[gnu::format(printf, 3, 4)]] int32_t FormatBounded(char* buffer, int32_t size, const char* format,
+                                                    ...) noexcept;
 
-/// Formats at most 2047 bytes and prints them; a longer text is cut, and one of more than 2048 reported as
-/// critical. Answers what the host's debug print answers, 0 where there is no host.
-int32_t HostPrintf(const char* format, ...) VESTA_PRINTF(1, 2);
+/// Hands a formatted text to the host's debug print and answers what that answers; 0 while there is no host.
+/// A text of more than 2048 bytes is reported as critical; no more than its first 2047 are printed.
+/// Thread: any.
+[[gnu::format(printf, 1, 2)]] int32_t HostPrintf(const char* format, ...) noexcept;
 
-/// Prints one message. `file` is the source file as compiled in.
-void DebugOutput(uint32_t flags, const char* text, int32_t line, const char* file);
+/// Prints one message in pieces: prefix, text, time and location, line end. `file` and `line` are shown for
+/// kMessageLocation only. Thread: any.
+void DebugOutput(uint32_t flags, const char* text, int32_t line, const char* file) noexcept;
 
-/// Reports `message` and "Stop" as critical, with their source, and breaks into an attached debugger when
-/// g_debugBreak is on. Execution goes on.
-void CriticalStop(const char* message, const char* file, int32_t line);
-
-// ---- shared with the core path ----
-
-/// "WARNING: ", "CRITICAL: " or nothing.
-const char* LevelPrefix(uint32_t flags);
-/// Whether a debugger traces this process now.
-bool IsDebuggerAttached();
-/// Stops in the debugger. Without one the process would end, so the caller asks first.
-void BreakIntoDebugger();
+/// Reports what must not happen, then "Stop", both as critical and with the location; breaks into the
+/// debugger when the switch is on and one was attached at load. Returns always: the caller goes on.
+/// Thread: any.
+void CriticalStop(const char* message, const char* file, int32_t line) noexcept;
 
 }  // namespace vesta

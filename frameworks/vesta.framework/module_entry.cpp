@@ -3,12 +3,6 @@
 #include "vesta.framework/host_access.h"
 #include "vesta_ostrak.framework/core_services.h"
 
-#ifdef _WIN32
-#define VESTA_EXPORT __declspec(dllexport)
-#else
-#define VESTA_EXPORT __attribute__((visibility("default")))
-#endif
-
 namespace {
 
 constexpr int32_t kRefused = -3;
@@ -50,6 +44,12 @@ int32_t Dispatch(int32_t message, intptr_t argument, void* data, const HostTable
 }
 
 }  // namespace
+
+#ifdef _WIN32
+#define VESTA_EXPORT __declspec(dllexport)
+#else
+#define VESTA_EXPORT __attribute__((visibility("default")))
+#endif
 
 VESTA_EXPORT int32_t vesta_main(int32_t message, intptr_t argument, void* data, const HostTables* tables) {
   return vesta::Guarded(kNotTaken, [&] { return Dispatch(message, argument, data, tables); });

@@ -9,8 +9,8 @@
 #include "host/services/bitmap.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
+#include "host/services/text.h"
 #include "host/services/threads.h"
-#include "host/services/utf8.h"
 #include "vesta.framework/contract/command_ids.h"
 
 namespace host {
@@ -30,26 +30,26 @@ RunRequest storedRun(const SettingsStore& settings) {
   return {pathOf(kStoredScenePath), pathOf(kStoredReferencePath)};
 }
 
-/// Each row as a line, its columns two blanks apart.
-std::vector<std::string> alignedColumns(const std::vector<std::vector<std::string>>& rows) {
-  std::vector<size_t> widths(rows.front().size());
-  for (const auto& row : rows) {
-    for (size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-  }
-  std::vector<std::string> lines;
-  for (const auto& row : rows) {
-    std::string line;
-    for (size_t i = 0; i < row.size(); ++i) {
-      line.append(row[i]).append(widths[i] + 2 - row[i].size(), ' ');
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    lines.push_back(std::move(line));
-  }
-  return lines;
-}
-
 std::string plural(std::size_t count, const char* noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+/// The cells of one line of a table.
+using Row = std::vector<std::string>;
+
+/// Lines with their columns below each other; `rows` must not be empty, and all of one length.
+std::vector<std::string> aligned(const std::vector<Row>& rows) {
+  std::vector<std::string> lines(rows.size());
+  for (std::size_t column = 0; column < rows.front().size(); ++column) {
+    std::size_t width = 0;
+    for (const Row& row : rows) width = std::max(width, fromUtf8(row[column]).size());
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      const std::string& cell = rows[i][column];
+      lines[i].append(cell).append(width + 2 - fromUtf8(cell).size(), ' ');
+    }
+  }
+  for (std::string& line : lines) line.erase(line.find_last_not_of(' ') + 1);
+  return lines;
 }
 
 void render(HostServices& services, Document& document, Bitmap& bitmap) {
@@ -74,14 +74,17 @@ int listCommands(HostServices& services) {
 }
 
 int listConfiguration(HostServices& services) {
-  std::vector<std::vector<std::string>> rows = {{"NAME", "VALUE", "DEFAULT", "FROM", "HELP"}};
+  std::vector<Row> rows;
   for (const ConfigurationValue& value : services.configuration.values()) {
     rows.push_back({value.name, value.text, value.defaultText, value.source, value.help});
   }
-  for (const std::string& line : alignedColumns(rows)) services.console.print(visible(line));
-  const auto unknown = services.configuration.unknownNames();
-  for (const std::string& name : unknown) services.console.printError("not known: " + name);
-  return unknown.empty() ? kExitGood : kExitWrong;
+  std::sort(rows.begin(), rows.end());
+  rows.insert(rows.begin(), {"name", "value", "default", "from", "help"});
+  for (const std::string& line : aligned(rows)) services.console.print(line);
+  for (const std::string& name : services.configuration.unknownNames()) {
+    services.console.printError("not known: " + name);
+  }
+  return kExitGood;
 }
 
 int executeCommand(HeadlessHost& host, const ExecuteRequest& request) {

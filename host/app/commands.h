@@ -17,8 +17,8 @@ struct ExecuteRequest {
 
 /// Lists the registered commands: id, tab, name.
 int listCommands(HostServices& services);
-/// Lists the configuration values: name, value, default, where it came from, help; and names in files that
-/// are none.
+/// Lists the configuration values by name, each with what it is, its default, where it comes from and what it
+/// is for; names the values in the files that nobody knows.
 int listConfiguration(HostServices& services);
 /// Runs one command as a user would.
 int executeCommand(HeadlessHost& host, const ExecuteRequest& request);

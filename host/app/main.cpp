@@ -245,7 +245,8 @@ class Program {
     commands->callback([&] { action = [this] { return listCommands(services()); }; });
     CLI::App* menu = app.add_subcommand("menu", "lists the menus that the GUI script lays out");
     menu->callback([&] { action = [this] { return listMenu(services()); }; });
-    CLI::App* config = app.add_subcommand("config", "lists the configuration values");
+    CLI::App* config =
+        app.add_subcommand("config", "lists the configuration values and where they come from");
     config->callback([&] { action = [this] { return listConfiguration(services()); }; });
     describeExecute(app, action);
 

@@ -24,7 +24,7 @@ HeadlessHost::~HeadlessHost() {
   }
   services_.commands.clear();
   while (!modules_.empty()) modules_.pop_back();
-  services_.console.endErrorPieces();
+  services_.console.finish();
   const std::string alive = describeLiveHandles();
   if (!alive.empty()) services_.console.printError("a module left behind: " + alive);
   setServices(nullptr);

@@ -90,6 +90,19 @@ void Configuration::declareChoice(const std::string& name, const std::string& he
            }});
 }
 
+bool Configuration::isDeclared(const std::string& name) const {
+  return std::any_of(values_.begin(), values_.end(),
+                     [&](const ConfigurationValue& value) { return value.name == name; });
+}
+
+std::vector<std::string> Configuration::unknownNames() const {
+  std::vector<std::string> names;
+  for (const auto& [name, given] : fromFiles_) {
+    if (!isDeclared(name)) names.push_back(name + " (" + given.source + ")");
+  }
+  return names;
+}
+
 std::vector<std::string> Configuration::apply() {
   std::vector<std::string> problems;
   std::map<std::string, std::string> unused = fromCommandLine_;
@@ -118,16 +131,6 @@ std::vector<std::string> Configuration::apply() {
     problems.push_back("there is no configuration value '" + name + "' (command line)");
   }
   return problems;
-}
-
-std::vector<std::string> Configuration::unknownNames() const {
-  std::vector<std::string> names;
-  for (const auto& [name, given] : fromFiles_) {
-    const auto isNamed = [&wanted = name](const ConfigurationValue& value) { return value.name == wanted; };
-    const bool known = std::any_of(values_.begin(), values_.end(), isNamed);
-    if (!known) names.push_back(name + " (" + given.source + ")");
-  }
-  return names;
 }
 
 }  // namespace host

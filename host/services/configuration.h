@@ -41,7 +41,7 @@ class Configuration {
   std::vector<std::string> apply();
 
   const std::vector<ConfigurationValue>& values() const { return values_; }
-  /// Names in the files that nobody declared, each with its file: "NAME (FILE)".
+  /// The names in the files that nobody declared, each with its file in brackets.
   std::vector<std::string> unknownNames() const;
 
  private:
@@ -50,6 +50,7 @@ class Configuration {
     std::string source;
   };
   void declare(ConfigurationValue value);
+  bool isDeclared(const std::string& name) const;
 
   std::vector<ConfigurationValue> values_;
   std::map<std::string, Given> fromFiles_;

@@ -1,8 +1,30 @@
 #include "host/services/console.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace host {
+namespace {
+
+/// More threads than that do not work at once; they are such that ended in the middle of a line.
+constexpr std::size_t kMostOpenLines = 64;
+
+/// Appends a piece to the open line; answers the lines that it ended or that became too long.
+std::vector<std::string> takeLines(std::string& open, std::string_view piece) {
+  std::vector<std::string> lines;
+  while (!piece.empty()) {
+    const std::size_t room = kLongestErrorLine - open.size();
+    const std::size_t count = std::min({piece.find('\n'), piece.size(), room});
+    open += piece.substr(0, count);
+    piece.remove_prefix(count);
+    if (piece.empty()) break;
+    if (piece.front() == '\n') piece.remove_prefix(1);
+    lines.push_back(std::exchange(open, {}));
+  }
+  return lines;
+}
+
+}  // namespace
 
 void Console::send(Event event) {
   if (std::this_thread::get_id() != mainThread_) {
@@ -15,23 +37,37 @@ void Console::send(Event event) {
 }
 
 void Console::printErrorPiece(std::string_view piece) {
-  constexpr size_t kLongestPart = 65536;
+  const std::thread::id self = std::this_thread::get_id();
+  OpenLines abandoned;
   std::vector<std::string> lines;
   {
-    const std::lock_guard lock(pieceMutex_);
-    std::string& line = pieces_[std::this_thread::get_id()];
-    for (const char letter : piece) {
-      if (letter != '\n') line += letter;
-      if (letter == '\n' || line.size() >= kLongestPart) lines.push_back(std::exchange(line, {}));
-    }
-    if (line.empty()) pieces_.erase(std::this_thread::get_id());
+    const std::lock_guard lock(openLinesMutex_);
+    if (openLines_.size() >= kMostOpenLines && openLines_.count(self) == 0) abandoned.swap(openLines_);
+    std::string& open = openLines_[self];
+    lines = takeLines(open, piece);
+    if (open.empty()) openLines_.erase(self);
   }
+  for (auto& [thread, line] : abandoned) printError(std::move(line));
   for (std::string& line : lines) printError(std::move(line));
 }
 
-void Console::endErrorPieces() {
+void Console::endErrorLine(std::thread::id thread) {
+  OpenLines::node_type open;
+  {
+    const std::lock_guard lock(openLinesMutex_);
+    open = openLines_.extract(thread);
+  }
+  if (open) printError(std::move(open.mapped()));
+}
+
+void Console::finish() {
   flush();
-  for (const auto& [thread, line] : std::exchange(pieces_, {})) view_.errorLine(line);
+  OpenLines open;
+  {
+    const std::lock_guard lock(openLinesMutex_);
+    open.swap(openLines_);
+  }
+  for (auto& [thread, line] : open) printError(std::move(line));
 }
 
 void Console::flush() {

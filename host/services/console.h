@@ -2,9 +2,12 @@
 // What the user reads: console lines, message boxes, the status bar. Threads other than the main one only
 // queue; the main thread shows.
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/services/events.h"
@@ -13,6 +16,9 @@ namespace host {
 
 /// Stands before a console line that is a status line; never shown.
 inline constexpr char kStatusLineMark = 1;
+
+/// In bytes: the pieces of an error line that are collected at most.
+inline constexpr std::size_t kLongestErrorLine = 65536;
 
 /// Where the user reads it: a terminal, a window, a test. Main thread only.
 class ConsoleView {
@@ -27,7 +33,7 @@ class ConsoleView {
   virtual void statusClear() = 0;
 };
 
-/// Thread: any, but for flush, show and the getters.
+/// Thread: any, but for flush, finish, show and the getters.
 class Console {
  public:
   /// Made on the main thread. `view` must outlive it.
@@ -35,9 +41,12 @@ class Console {
 
   void print(std::string text) { send({Event::Kind::ConsoleLine, 0, std::move(text), {}}); }
   void printError(std::string text) { send({Event::Kind::ErrorLine, 0, std::move(text), {}}); }
-  /// A piece of an error line, which ends with a line feed. Pieces of one thread make its lines; lines of
-  /// many threads do not mix. One of more than 64 KiB is shown in parts.
+  /// A piece of an error line, which a line feed ends. The pieces of a thread are collected until then, so
+  /// that no other thread's stand between them; a line of more than kLongestErrorLine bytes is shown in
+  /// parts.
   void printErrorPiece(std::string_view piece);
+  /// Shows what a thread that has ended left without a line feed.
+  void endErrorLine(std::thread::id thread);
   void showMessage(std::string text) { send({Event::Kind::MessageBox, 0, std::move(text), {}}); }
   void statusBar(int percent) { send({Event::Kind::StatusBar, percent, {}, {}}); }
   void statusText(std::string text) { send({Event::Kind::StatusText, 0, std::move(text), {}}); }
@@ -45,8 +54,8 @@ class Console {
 
   /// Shows everything that waits. Main thread.
   void flush();
-  /// Shows the lines that nobody has ended, when nobody will any more. Main thread.
-  void endErrorPieces();
+  /// The same, with the error lines that no line feed ended: nothing more will come. Main thread.
+  void finish();
   /// Shows one event that came out of the queue; a box together with what waits. Main thread.
   void show(const Event& event);
 
@@ -56,6 +65,8 @@ class Console {
   const std::vector<std::string>& statusLines() const { return statusLines_; }
 
  private:
+  using OpenLines = std::map<std::thread::id, std::string>;
+
   void send(Event event);
   /// In their order, equal boxes once.
   void showAll(const std::vector<Event>& events);
@@ -64,10 +75,10 @@ class Console {
   EventQueue& queue_;
   ConsoleView& view_;
   const std::thread::id mainThread_ = std::this_thread::get_id();
+  std::mutex openLinesMutex_;
+  OpenLines openLines_;  ///< pieces of error lines, none of them empty
   std::vector<std::string> boxes_;
   std::vector<std::string> statusLines_;
-  std::mutex pieceMutex_;
-  std::map<std::thread::id, std::string> pieces_;  ///< of each thread, its line that has not ended
 };
 
 }  // namespace host

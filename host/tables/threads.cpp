@@ -8,6 +8,7 @@ namespace {
 
 void forgetMessages(const HostThread* thread) {
   services().events.dropCoreMessages(thread->worker.id());
+  services().console.endErrorLine(thread->worker.id());
   services().console.flush();
 }
 

@@ -2,174 +2,180 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
 
 #include "core.framework/source/ostrak/configuration.h"
+#include "vesta.framework/contract/host_tables.h"
+#include "vesta.framework/debugger.h"
 #include "vesta.framework/diagnostics.h"
 
-#ifdef _WIN32
-#include <windows.h>
-#endif
+bool g_enableDebugBreak = ostrak::RegisterConfigurationValue(
+    "g_enableDebugBreak", &g_enableDebugBreak, true, HOST_CONFIGURATION_SWITCH,
+    "enable debug breaks (when debugger is attached)");
+bool g_enableParallelFor = ostrak::RegisterConfigurationValue(
+    "g_enableParallelFor", &g_enableParallelFor, true, HOST_CONFIGURATION_SWITCH,
+    "enable parallel execution of all ParallelFor loops");
 
 namespace ostrak {
 
-bool g_suppressOutput = false;
-
-bool g_enableDebugBreak = RegisterConfigurationValue("g_enableDebugBreak", &g_enableDebugBreak, true, 1,
-                                                     "enable debug breaks (when debugger is attached)");
-bool g_enableParallelFor = RegisterConfigurationValue("g_enableParallelFor", &g_enableParallelFor, true, 1,
-                                                      "enable parallel execution of all ParallelFor loops");
+using namespace vesta;
 
 namespace {
 
-constexpr uint32_t kMaskIsProvisional = vesta::kNoLineEnd;
-constexpr int32_t kLocationBuffer = 1024;
-constexpr const char* kSourceFile = "frameworks/core.framework/source/ostrak/diagnostics.cpp";
+std::atomic<const OutputService*> g_service{nullptr};
+std::atomic<bool> g_suppressed{false};
 
-const OutputService* g_service = nullptr;
-
-/// What the first message finds; several threads may write it.
-struct FirstUse {
-  std::atomic<uint32_t> mask{vesta::kFirstOutputMask};
-  const bool debuggerAttached = vesta::IsDebuggerAttached();
+/// What the first message finds and sets. Atomic, since several threads may have their first at once.
+struct FirstMessage {
+  std::atomic<uint32_t> outputMask{kInitialOutputMask};
+  const bool debuggerAttached = IsDebuggerAttached();
 };
 
-FirstUse& State() {
-  static FirstUse state;
+FirstMessage& State() {
+  static FirstMessage state;
   return state;
 }
 
-/// The mask, fetched from the service as long as it is provisional.
+/// The mask; one that carries bit 29 is provisional, until a service gives one without.
 uint32_t OutputMask() {
-  std::atomic<uint32_t>& mask = State().mask;
-  if (g_service != nullptr && (mask & kMaskIsProvisional) != 0) mask = g_service->OutputMask();
+  auto& mask = State().outputMask;
+  const OutputService* service = g_service;
+  if ((mask & kMessageNoLineEnd) != 0 && service != nullptr) mask = service->GetSetting();
   return mask;
 }
 
-/// Room for a message: on the stack, and from the heap where it is longer. Without memory a message is cut.
-class Buffer {
+/// Text with its terminating zero: short ones on the stack, longer ones on the heap. Where the heap has no
+/// room the text is cut.
+class TextBuffer {
  public:
-  explicit Buffer(size_t needed) {
-    if (needed <= sizeof stack_) return;
-    heap_ = static_cast<char*>(std::malloc(needed));
-    if (heap_ != nullptr) size_ = needed;
+  /// `length`: bytes of all that will be appended.
+  explicit TextBuffer(std::size_t length) {
+    if (length < sizeof stack_) return;
+    heap_.reset(new (std::nothrow) char[length + 1]);
+    if (heap_ == nullptr) return;
+    text_ = heap_.get();
+    room_ = length;
   }
-  Buffer(const Buffer&) = delete;
-  Buffer& operator=(const Buffer&) = delete;
-  ~Buffer() { std::free(heap_); }
+  TextBuffer(const TextBuffer&) = delete;
+  TextBuffer& operator=(const TextBuffer&) = delete;
 
-  /// Appends what fits, room for a zero left.
-  void Append(const char* bytes, size_t count) {
-    const size_t room = size_ - 1 - length_;
-    if (count > room) count = room;
-    std::memcpy(Text() + length_, bytes, count);
+  void Append(std::string_view piece) {
+    const std::size_t count = piece.size() < room_ ? piece.size() : room_;
+    std::memcpy(text_ + length_, piece.data(), count);
     length_ += count;
+    room_ -= count;
   }
-  void Append(const char* text) { Append(text, std::strlen(text)); }
-  /// The text so far, with its zero.
-  const char* Finish() {
-    Text()[length_] = '\0';
-    return Text();
+  const char* Text() {
+    text_[length_] = '\0';
+    return text_;
   }
 
  private:
-  char* Text() { return heap_ != nullptr ? heap_ : stack_; }
-
-  char stack_[2048];
-  char* heap_ = nullptr;
-  size_t size_ = sizeof stack_;
-  size_t length_ = 0;
+  char stack_[kTextSize];
+  std::unique_ptr<char[]> heap_;
+  char* text_ = stack_;
+  std::size_t length_ = 0;
+  std::size_t room_ = sizeof stack_ - 1;
 };
 
-/// The part behind the last slash, or else behind the last backslash.
-const char* LeafOf(const char* file) {
-  const char* slash = std::strrchr(file, '/');
-  if (slash == nullptr) slash = std::strrchr(file, '\\');
-  return slash != nullptr ? slash + 1 : file;
-}
-
 void Write(const char* message) {
-  if (g_service != nullptr) {
-    g_service->Write(message);
+  if (const OutputService* service = g_service) {
+    service->Write(message);
     return;
   }
   std::printf("%s", message);
-#ifdef _WIN32
-  OutputDebugStringA(message);
-#endif
+  PrintToDebugger(message);
 }
 
-/// The UTF-8 bytes of the character at `at`, which is set behind it; a lone surrogate is three bytes of its
-/// own.
-size_t EncodeCharacter(const char16_t* text, size_t length, size_t& at, char* bytes) {
-  uint32_t code = text[at++];
-  const bool isHigh = code >= 0xD800 && code < 0xDC00;
-  if (isHigh && at < length && text[at] >= 0xDC00 && text[at] < 0xE000)
-    code = 0x10000 + ((code - 0xD800) << 10) + (text[at++] - 0xDC00U);
-  const auto continued = [&](int shift) { return static_cast<char>(0x80 | ((code >> shift) & 0x3F)); };
-  if (code < 0x80) {
-    bytes[0] = static_cast<char>(code);
-    return 1;
+/// The part of a path behind its last slash; where it has none, behind its last backslash.
+const char* BaseName(const char* file) {
+  const char* last = std::strrchr(file, '/');
+  if (last == nullptr) last = std::strrchr(file, '\\');
+  return last != nullptr ? last + 1 : file;
+}
+
+/// One character of zero-terminated UTF-16, as UTF-8 of 1 to 4 bytes.
+struct Utf8Character {
+  /// Reads at `text` and moves it on.
+  explicit Utf8Character(const char16_t*& text) {
+    uint32_t code = *text++;
+    const bool paired = (code & 0xFC00U) == 0xD800U && (*text & 0xFC00U) == 0xDC00U;
+    if (paired) code = 0x10000U + ((code & 0x3FFU) << 10U) + (*text++ & 0x3FFU);
+    if ((code & 0xFFFFF800U) == 0xD800U) code = 0xFFFDU;
+    Encode(code);
   }
-  if (code < 0x800) {
-    bytes[0] = static_cast<char>(0xC0 | (code >> 6));
-    bytes[1] = continued(0);
-    return 2;
+  std::string_view View() const { return {bytes, count}; }
+
+  char bytes[4];
+  std::size_t count = 0;
+
+ private:
+  void Encode(uint32_t code) {
+    if (code < 0x80U) {
+      Add(code);
+    } else if (code < 0x800U) {
+      Add(0xC0U | code >> 6U);
+      Add(0x80U | (code & 0x3FU));
+    } else {
+      if (code < 0x10000U) {
+        Add(0xE0U | code >> 12U);
+      } else {
+        Add(0xF0U | code >> 18U);
+        Add(0x80U | (code >> 12U & 0x3FU));
+      }
+      Add(0x80U | (code >> 6U & 0x3FU));
+      Add(0x80U | (code & 0x3FU));
+    }
   }
-  if (code < 0x10000) {
-    bytes[0] = static_cast<char>(0xE0 | (code >> 12));
-    bytes[1] = continued(6);
-    bytes[2] = continued(0);
-    return 3;
-  }
-  bytes[0] = static_cast<char>(0xF0 | (code >> 18));
-  bytes[1] = continued(12);
-  bytes[2] = continued(6);
-  bytes[3] = continued(0);
-  return 4;
+  void Add(uint32_t byte) { bytes[count++] = static_cast<char>(byte); }
+};
+
+std::size_t Utf8Length(const char16_t* text) {
+  std::size_t length = 0;
+  while (*text != 0) length += Utf8Character(text).count;
+  return length;
 }
 
 }  // namespace
 
-void SetOutputService(const OutputService* service) { g_service = service; }
+void SetOutputService(const OutputService* service) noexcept { g_service = service; }
 
-void CoreDebugOutput(uint32_t flags, const char* text, int32_t line, const char* file) {
+void SuppressOutput(bool suppressed) noexcept { g_suppressed = suppressed; }
+
+void CoreDebugOutput(uint32_t flags, const char* text, int32_t line, const char* file) noexcept {
   const uint32_t mask = OutputMask();
-  if (g_suppressOutput || (flags & mask & vesta::kLevels) == 0) return;
-
-  const bool debuggerAttached = State().debuggerAttached;
-  char before[kLocationBuffer] = "";
-  char behind[kLocationBuffer] = "";
-  if ((flags & vesta::kLocation) != 0) {
-    if (debuggerAttached) {
-      vesta::FormatBounded(before, kLocationBuffer, "%s(%d): ", file, static_cast<int>(line));
+  if (g_suppressed || !IsPrinted(flags, mask)) return;
+  // With a debugger the location stands where development environments look for it.
+  char before[kLocationSize] = "";
+  char behind[kLocationSize] = "";
+  if ((flags & kMessageLocation) != 0) {
+    if (State().debuggerAttached) {
+      FormatBounded(before, sizeof before, "%s(%d): ", OrNullWord(file), line);
     } else {
-      vesta::FormatBounded(behind, kLocationBuffer, " [%s(%d)]", LeafOf(file), static_cast<int>(line));
+      FormatBounded(behind, sizeof behind, " [%s(%d)]", BaseName(OrNullWord(file)), line);
     }
   }
-  const char* prefix = vesta::LevelPrefix(flags);
-  Buffer message(std::strlen(before) + std::strlen(prefix) + std::strlen(text) + std::strlen(behind) + 2);
-  message.Append(before);
-  message.Append(prefix);
-  message.Append(text);
-  message.Append(behind);
-  if ((flags & vesta::kNoLineEnd) == 0) message.Append("\n");
-  Write(message.Finish());
+  const char* lineEnd = (flags & kMessageNoLineEnd) == 0 ? "\n" : "";
+  const std::string_view pieces[] = {before, LevelPrefix(flags), OrNullWord(text), behind, lineEnd};
+  std::size_t length = 0;
+  for (const std::string_view piece : pieces) length += piece.size();
+  TextBuffer message(length);
+  for (const std::string_view piece : pieces) message.Append(piece);
+  Write(message.Text());
 }
 
-void ConsoleOutput(const char16_t* text, size_t length) {
+void ConsoleOutput(const char16_t* text) noexcept {
   if (text == nullptr) {
-    CoreDebugOutput(vesta::kCritical | vesta::kLocation, "Console output failed", __LINE__, kSourceFile);
+    CoreDebugOutput(kMessageCritical | kMessageLocation, "Console output failed", __LINE__, __FILE__);
+    if (g_enableDebugBreak && State().debuggerAttached) BreakIntoDebugger();
     return;
   }
-  Buffer bytes(length * 3 + 1);
-  for (size_t at = 0; at < length;) {
-    char character[4];
-    const size_t count = EncodeCharacter(text, length, at, character);
-    bytes.Append(character, count);
-  }
-  Write(bytes.Finish());
+  TextBuffer message(Utf8Length(text));
+  while (*text != 0) message.Append(Utf8Character(text).View());
+  Write(message.Text());
 }
 
 }  // namespace ostrak

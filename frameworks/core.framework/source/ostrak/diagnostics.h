@@ -1,36 +1,34 @@
-// Diagnostics of the core path: each message is written in one piece, to the output service of the core
-// system where there is one, else to standard output. Nothing here throws; every function may be called from
-// any thread.
+// Diagnostics of the core objects: each message is one piece of text, written once.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
+
+/// Whether critical messages of the core stop in a debugger that was attached at the first message.
+extern bool g_enableDebugBreak;
+/// Whether loops over many items may run on several threads. No loop of the module does yet.
+extern bool g_enableParallelFor;
 
 namespace ostrak {
 
-/// What takes the messages of the core path.
+/// Where the core's messages go, and which of them: both may be called on any thread, many at once.
 struct OutputService {
-  uint32_t (*OutputMask)();            ///< which messages are wanted, as vesta::g_outputMask
-  void (*Write)(const char* message);  ///< a whole message, with its line end
+  uint32_t (*GetSetting)();            ///< an output mask; with bit 29 it is asked again at the next message
+  void (*Write)(const char* message);  ///< lent for the call
 };
 
-/// Hands the core path to a service, which lives on; null takes it away again. Thread: main, while nothing is
-/// written.
-void SetOutputService(const OutputService* service);
+/// Installs a service, which must stay valid; null takes it away. Without one messages go to standard output
+/// and the debugger. Thread: any.
+void SetOutputService(const OutputService* service) noexcept;
 
-/// While true, the core path writes nothing. Written before anything is written, then read.
-extern bool g_suppressOutput;
+/// While true no message is written. Thread: any.
+void SuppressOutput(bool suppressed) noexcept;
 
-/// Whether critical messages may stop in a debugger, and whether parallel loops run in parallel:
-/// configuration values.
-extern bool g_enableDebugBreak;
-extern bool g_enableParallelFor;
+/// Writes one message in one piece; the flags are those of vesta.framework/diagnostics.h. `file` and `line`
+/// are shown for kMessageLocation only. What is too long for the memory there is gets cut. Thread: any.
+void CoreDebugOutput(uint32_t flags, const char* text, int32_t line, const char* file) noexcept;
 
-/// Writes one message; flags as of vesta::DebugOutput. With a debugger attached, the location stands in
-/// front, where development environments find it.
-void CoreDebugOutput(uint32_t flags, const char* text, int32_t line, const char* file);
-
-/// Writes `length` 16-bit characters as UTF-8 to the console. No string (null) is reported as critical.
-void ConsoleOutput(const char16_t* text, size_t length);
+/// Writes zero-terminated UTF-16 as UTF-8, to where messages go; a lone surrogate becomes U+FFFD. No text at
+/// all is reported as critical. Thread: any.
+void ConsoleOutput(const char16_t* text) noexcept;
 
 }  // namespace ostrak
