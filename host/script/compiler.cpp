@@ -5,7 +5,9 @@
 
 #include "host/script/byte_code.h"
 #include "host/script/container.h"
+#include "host/script/isolation.h"
 #include "host/script/source.h"
+#include "host/script/transfer.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
 
@@ -19,10 +21,11 @@ class Compiler {
       : file_(file), engine_([this](const asSMessageInfo& message) { note(message); }) {}
 
   Compilation run() {
-    files_ = readSource(file_, engine_.get(), result_.diagnostics);
-    if (!result_.diagnostics.hasErrors()) build();
-    if (!result_.diagnostics.hasErrors()) result_.bytes = save();
-    return std::move(result_);
+    files_ = readSource(file_, engine_.get(), diagnostics_);
+    if (!diagnostics_.hasErrors()) build();
+    std::string bytes;
+    if (!diagnostics_.hasErrors()) bytes = save();
+    return {std::move(bytes), diagnostics_.lines()};
   }
 
  private:
@@ -38,11 +41,11 @@ class Compiler {
       diagnostic.file = file->path;
       diagnostic.column = file->columnInFile(message.row, message.col);
     }
-    result_.diagnostics.add(std::move(diagnostic));
+    diagnostics_.add(std::move(diagnostic));
   }
 
   void fail(std::string reason) {
-    result_.diagnostics.add({Diagnostic::Kind::Error, file_, 0, 0, std::move(reason)});
+    diagnostics_.add({Diagnostic::Kind::Error, file_, 0, 0, std::move(reason)});
   }
 
   void build() {
@@ -50,7 +53,7 @@ class Compiler {
       engine_.module().AddScriptSection(file.name.c_str(), file.text.data(), file.text.size());
     }
     const int answer = engine_.module().Build();
-    if (result_.diagnostics.hasErrors()) return;
+    if (diagnostics_.hasErrors()) return;
     if (answer < 0) {
       fail("the compiler gave up");
     } else if (engine_.module().GetFunctionByDecl(kScriptEntry) == nullptr) {
@@ -59,16 +62,21 @@ class Compiler {
   }
 
   std::string save() {
-    ByteCodeWriter code;
-    if (engine_.module().SaveByteCode(&code) < 0) {
-      fail("the byte code cannot be written");
+    ByteCodeWriter writer;
+    const bool written = engine_.module().SaveByteCode(&writer) >= 0;
+    const std::string code = writer.take();
+    // The library writes scripts beyond some of its limits, and does not read them back.
+    ByteCodeReader reader(code);
+    ScriptEngine fresh([](const asSMessageInfo&) {});
+    if (!written || fresh.module().LoadByteCode(&reader) < 0) {
+      fail("the script is too big for byte code");
       return {};
     }
-    return packScript(code.take(), engine_.interfaceText());
+    return packScript(code, engine_.interfaceText());
   }
 
   const std::string file_;
-  Compilation result_;
+  Diagnostics diagnostics_;
   std::vector<SourceFile> files_;
   ScriptEngine engine_;
 };
@@ -80,24 +88,32 @@ bool isSameFile(const std::string& first, const std::string& second) {
 
 }  // namespace
 
-Compilation compileScript(const std::string& file) { return Compiler(file).run(); }
+Compilation compileScript(const std::string& file) {
+  try {
+    return decodeCompilation(runApart([&] { return encode(Compiler(file).run()); }));
+  } catch (const ScriptError& error) {
+    return {{}, {describe({Diagnostic::Kind::Error, file, 0, 0, error.what()})}};
+  }
+}
 
-bool compileScriptFile(const std::string& source, const std::string& destination, Diagnostics& diagnostics) {
+Compilation compileScriptFile(const std::string& source, const std::string& destination) {
   Compilation compilation = compileScript(source);
-  diagnostics = std::move(compilation.diagnostics);
-  if (diagnostics.hasErrors()) return false;
+  if (compilation.bytes.empty()) return compilation;
   const std::string place = destination.empty() ? withSuffix(source, kCompiledScriptSuffix) : destination;
   const auto fail = [&](std::string reason) {
-    diagnostics.add({Diagnostic::Kind::Error, place, 0, 0, std::move(reason)});
-    return false;
+    compilation.bytes.clear();
+    compilation.messages.push_back(describe({Diagnostic::Kind::Error, place, 0, 0, std::move(reason)}));
   };
-  if (isSameFile(source, place)) return fail("the compiled script would take the place of its source");
+  if (isSameFile(source, place)) {
+    fail("the compiled script would take the place of its source");
+    return compilation;
+  }
   try {
     writeWholeFile(place, compilation.bytes);
-    return true;
   } catch (const std::exception& error) {
-    return fail(reasonOf(error));
+    fail(reasonOf(error));
   }
+  return compilation;
 }
 
 }  // namespace host

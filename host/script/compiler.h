@@ -2,27 +2,27 @@
 // BRAMBLE, the host's script language: source files compiled to files that hold byte code.
 
 #include <string>
-
-#include "host/script/diagnostics.h"
+#include <vector>
 
 namespace host {
 
 /// The version of the language that compileScript compiles.
 inline constexpr int kScriptLanguageVersion = 1;
-/// Suffixes of source files and of compiled ones.
-inline constexpr const char* kScriptSourceSuffix = "brm";
+/// The suffix of compiled scripts.
 inline constexpr const char* kCompiledScriptSuffix = "brc";
 
 struct Compilation {
-  std::string bytes;  ///< of the compiled file; empty when there are errors. The same source gives the same
-  Diagnostics diagnostics;
+  std::string bytes;                  ///< of the compiled file; empty when there are errors
+  std::vector<std::string> messages;  ///< errors and warnings, a line each
 };
 
-/// Compiles the script in `file`, a normal path. Main thread. Throws nothing for whatever the source is.
+/// Compiles the script in `file`, a normal path. The same source gives the same bytes, wherever it stands.
+/// Main thread. Throws std::system_error when the system is out of processes.
 Compilation compileScript(const std::string& file);
 
 /// Compiles `source` to the file `destination`, whole or not at all; empty: beside the source, with the
-/// suffix of compiled scripts. `diagnostics` gets what there is to say. False: nothing was written.
-bool compileScriptFile(const std::string& source, const std::string& destination, Diagnostics& diagnostics);
+/// suffix of compiled scripts. Answers what there is to say, and no bytes when nothing was written. Otherwise
+/// like compileScript.
+Compilation compileScriptFile(const std::string& source, const std::string& destination);
 
 }  // namespace host

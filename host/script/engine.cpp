@@ -14,18 +14,14 @@ constexpr asPWORD kDeepestCalls = 10000;
 // So much that a script reaches it never through host functions: none of them calls back.
 constexpr asPWORD kNestedCalls = 10;
 
-void makeText(void* place) { new (place) ScriptText; }
-void copyText(void* place, const ScriptText& other) { new (place) ScriptText(other); }
-void endText(ScriptText* text) { text->~ScriptText(); }
-
 /// Literals: each use is a string of its own.
 class Literals : public asIStringFactory {
  public:
   const void* GetStringConstant(const char* data, asUINT length) override {
-    return new ScriptText(std::string_view(data, length));
+    return ScriptText::literal({data, length});
   }
   int ReleaseStringConstant(const void* text) override {
-    delete static_cast<const ScriptText*>(text);
+    static_cast<ScriptText*>(const_cast<void*>(text))->release();
     return asSUCCESS;
   }
   int GetRawStringData(const void* text, char* data, asUINT* length) const override {
@@ -73,26 +69,26 @@ void ScriptEngine::textMethod(const char* declaration, const asSFuncPtr& method)
 }
 
 void ScriptEngine::registerStrings() {
+  using Text = ScriptText;
   static Literals literals;
-  const auto behaviour = [this](asEBehaviours kind, const char* declaration, const asSFuncPtr& function) {
-    registered(engine_->RegisterObjectBehaviour("string", kind, declaration, function, asCALL_CDECL_OBJFIRST),
+  const auto behaviour = [this](asEBehaviours kind, const char* declaration, const asSFuncPtr& function,
+                                asECallConvTypes convention) {
+    registered(engine_->RegisterObjectBehaviour("string", kind, declaration, function, convention),
                declaration);
   };
-  registered(
-      engine_->RegisterObjectType("string", sizeof(ScriptText), asOBJ_VALUE | asGetTypeTraits<ScriptText>()),
-      "string");
+  registered(engine_->RegisterObjectType("string", 0, asOBJ_REF), "string");
   registered(engine_->RegisterStringFactory("string", &literals), "string literals");
-  behaviour(asBEHAVE_CONSTRUCT, "void f()", asFUNCTION(makeText));
-  behaviour(asBEHAVE_CONSTRUCT, "void f(const string &in)", asFUNCTION(copyText));
-  behaviour(asBEHAVE_DESTRUCT, "void f()", asFUNCTION(endText));
-  using Text = ScriptText;
-  textMethod("string &opAssign(const string &in)", asMETHODPR(Text, operator=, (const Text&), Text&));
-  textMethod("string &opAddAssign(const string &in)", asMETHODPR(Text, operator+=, (const Text&), Text&));
-  textMethod("string &opAddAssign(int64)", asMETHODPR(Text, operator+=, (int64_t), Text&));
-  textMethod("string opAdd(const string &in) const", asMETHODPR(Text, operator+, (const Text&) const, Text));
-  textMethod("string opAdd(int64) const", asMETHODPR(Text, operator+, (int64_t) const, Text));
-  textMethod("string opAdd_r(int64) const", asMETHOD(Text, joinedBehind));
-  textMethod("bool opEquals(const string &in) const", asMETHOD(Text, operator==));
+  behaviour(asBEHAVE_FACTORY, "string@ f()", asFUNCTION(Text::make), asCALL_CDECL);
+  behaviour(asBEHAVE_FACTORY, "string@ f(const string &in)", asFUNCTION(Text::copy), asCALL_CDECL);
+  behaviour(asBEHAVE_ADDREF, "void f()", asMETHOD(Text, addReference), asCALL_THISCALL);
+  behaviour(asBEHAVE_RELEASE, "void f()", asMETHOD(Text, release), asCALL_THISCALL);
+  textMethod("string &opAssign(const string &in)", asMETHOD(Text, assign));
+  textMethod("string &opAddAssign(const string &in)", asMETHOD(Text, append));
+  textMethod("string &opAddAssign(int64)", asMETHOD(Text, appendNumber));
+  textMethod("string@ opAdd(const string &in) const", asMETHOD(Text, joined));
+  textMethod("string@ opAdd(int64) const", asMETHOD(Text, joinedWithNumber));
+  textMethod("string@ opAdd_r(int64) const", asMETHOD(Text, joinedBehindNumber));
+  textMethod("bool opEquals(const string &in) const", asMETHOD(Text, equals));
   textMethod("int opCmp(const string &in) const", asMETHOD(Text, compare));
   textMethod("uint length() const", asMETHOD(Text, length));
   textMethod("bool isEmpty() const", asMETHOD(Text, isEmpty));

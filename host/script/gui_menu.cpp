@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "host/script/compiler.h"
+#include "host/script/diagnostics.h"
 #include "host/script/runner.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
@@ -19,9 +20,8 @@ std::string readCompiled(const std::string& file) {
 
 std::string compileInMemory(const std::string& source, const std::function<void(const std::string&)>& tell) {
   Compilation compilation = compileScript(source);
-  for (const std::string& line : compilation.diagnostics.lines()) tell(line);
-  if (compilation.diagnostics.hasErrors())
-    throw ScriptError(source + ": error: there are no menus without it");
+  for (const std::string& line : compilation.messages) tell(line);
+  if (compilation.bytes.empty()) throw ScriptError(source + ": error: there are no menus without it");
   return std::move(compilation.bytes);
 }
 

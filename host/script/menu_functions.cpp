@@ -22,7 +22,9 @@ MenuItem* add(const ScriptMenu& menu, MenuItem item) {
   return &menu.item->children.emplace_back(std::move(item));
 }
 
-const char* whatIsWrongWith(const std::string& title) {
+const char* whatIsWrongWith(const ScriptText* text) {
+  if (text == nullptr) return "the title of a menu has no value yet";
+  const std::string& title = text->get();
   if (title.empty()) return "a menu needs a title";
   if (title.size() > kLongestTitle) return "the title of a menu is longer than 200 bytes";
   if (!isUtf8(title) || visible(title) != title) return "the title of a menu holds a byte that is no text";
@@ -31,16 +33,16 @@ const char* whatIsWrongWith(const std::string& title) {
 
 }  // namespace
 
-ScriptMenu* addMenu(const ScriptText& title) { return addSubmenu(&builder().menus.front(), title); }
+ScriptMenu* addMenu(const ScriptText* title) { return addSubmenu(&builder().menus.front(), title); }
 
-ScriptMenu* addSubmenu(ScriptMenu* menu, const ScriptText& title) {
+ScriptMenu* addSubmenu(ScriptMenu* menu, const ScriptText* title) {
   const char* wrong =
-      menu->depth >= kDeepestMenu ? "the menus are nested more than 16 deep" : whatIsWrongWith(title.get());
+      menu->depth >= kDeepestMenu ? "the menus are nested more than 16 deep" : whatIsWrongWith(title);
   if (wrong != nullptr) {
     raise(wrong);
     return nullptr;
   }
-  MenuItem* item = add(*menu, {MenuItem::Kind::Menu, title.get(), 0, {}});
+  MenuItem* item = add(*menu, {MenuItem::Kind::Menu, title->get(), 0, {}});
   return item != nullptr ? &builder().menus.emplace_back(ScriptMenu{item, menu->depth + 1}) : nullptr;
 }
 

@@ -22,8 +22,8 @@ struct MenuBuilder {
   int items = 0;
 };
 
-ScriptMenu* addMenu(const ScriptText& title);
-ScriptMenu* addSubmenu(ScriptMenu* menu, const ScriptText& title);
+ScriptMenu* addMenu(const ScriptText* title);
+ScriptMenu* addSubmenu(ScriptMenu* menu, const ScriptText* title);
 void addCommand(ScriptMenu* menu, int32_t id);
 void addSeparator(ScriptMenu* menu);
 

@@ -15,10 +15,11 @@ constexpr std::array<std::string_view, 6> kStatements = {"if", "else", "for", "w
 constexpr std::array<std::string_view, 3> kOpening = {"(", "[", "{"};
 constexpr std::array<std::string_view, 3> kClosing = {")", "]", "}"};
 
-/// The condition operator and all assignments: what ends in "=" and compares nothing.
+/// The condition operator, the one between the parts of a name, and all assignments: what ends in "=" and
+/// compares nothing.
 bool isChained(std::string_view token) {
   constexpr std::array<std::string_view, 4> kComparisons = {"==", "!=", "<=", ">="};
-  return token == "?" || (token.back() == '=' && !isOneOf(kComparisons, token));
+  return token == "?" || token == "::" || (token.back() == '=' && !isOneOf(kComparisons, token));
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 #include "host/script/byte_code.h"
 #include "host/script/container.h"
 #include "host/script/diagnostics.h"
+#include "host/script/isolation.h"
 #include "host/script/menu_functions.h"
+#include "host/script/transfer.h"
 #include "host/services/paths.h"
 
 namespace host {
@@ -49,7 +51,7 @@ class Run {
   void initialise() {
     const int answer = engine_.module().ResetGlobalVars(context_.get());
     throwFailure();
-    if (answer < 0) throw ScriptError(file_ + ": error: the global variables cannot be initialised");
+    if (answer < 0) throwWholly("the global variables cannot be initialised");
   }
 
   void execute() {
@@ -58,7 +60,7 @@ class Run {
     context_->Prepare(entry);
     const int state = context_->Execute();
     throwFailure();
-    if (state != asEXECUTION_FINISHED) throw ScriptError(file_ + ": error: the script did not end");
+    if (state != asEXECUTION_FINISHED) throwWholly("the script did not end");
   }
 
   static void onLine(asIScriptContext* context, void* run) { static_cast<Run*>(run)->checkLimits(*context); }
@@ -93,6 +95,10 @@ class Run {
     failure_ = describe(place);
   }
 
+  [[noreturn]] void throwWholly(const char* reason) const {
+    throw ScriptError(describe({Diagnostic::Kind::Error, file_, 0, 0, reason}));
+  }
+
   void throwFailure() const {
     if (!failure_.empty()) throw ScriptError(failure_);
   }
@@ -108,8 +114,28 @@ class Run {
   std::unique_ptr<asIScriptContext, EngineDeleter> context_;
 };
 
+RunResult resultOf(std::string_view bytes, const std::string& file) {
+  try {
+    return {{}, {}, Run(file).menus(bytes)};
+  } catch (const ScriptRefused& refusal) {
+    return {refusal.what(), {}, {}};
+  } catch (const ScriptError& error) {
+    return {{}, error.what(), {}};
+  }
+}
+
 }  // namespace
 
-MenuItem runMenuScript(std::string_view bytes, const std::string& file) { return Run(file).menus(bytes); }
+MenuItem runMenuScript(std::string_view bytes, const std::string& file) {
+  RunResult result;
+  try {
+    result = decodeRunResult(runApart([&] { return encode(resultOf(bytes, file)); }));
+  } catch (const ScriptError& error) {
+    result.failure = describe({Diagnostic::Kind::Error, file, 0, 0, error.what()});
+  }
+  if (!result.refusal.empty()) throw ScriptRefused(result.refusal);
+  if (!result.failure.empty()) throw ScriptError(result.failure);
+  return std::move(result.menus);
+}
 
 }  // namespace host

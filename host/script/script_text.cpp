@@ -7,61 +7,71 @@ namespace {
 
 constexpr std::size_t kMostBytes = std::size_t{16} << 20;
 
+/// Of all strings that live, with what each takes beside its text.
 std::size_t g_liveBytes = 0;
 
-/// Whether `bytes` more may live. If not, the script that runs ends.
+/// Ends the script that runs.
+void raise(const char* reason) {
+  if (auto* context = AngelScript::asGetActiveContext(); context != nullptr) context->SetException(reason);
+}
+
+/// Whether `bytes` more may live; raises an exception if not.
 bool hasRoomFor(std::size_t bytes) {
-  if (bytes <= kMostBytes - g_liveBytes) return true;
-  if (auto* context = AngelScript::asGetActiveContext(); context != nullptr) {
-    context->SetException("the strings of the script take more than 16 MiB");
-  }
+  if (g_liveBytes + bytes <= kMostBytes) return true;
+  raise("the strings of the script take more than 16 MiB");
   return false;
+}
+
+/// Whether an argument is there; raises an exception if not.
+bool isThere(const ScriptText* text) {
+  if (text == nullptr) raise("a string is used before it has a value");
+  return text != nullptr;
 }
 
 }  // namespace
 
-ScriptText::~ScriptText() { g_liveBytes -= text_.size(); }
-
-void ScriptText::append(std::string_view text) {
-  if (!hasRoomFor(text.size())) return;
-  text_ += text;
-  g_liveBytes += text.size();
+ScriptText::ScriptText(std::string_view text) : text_(text) {
+  g_liveBytes += sizeof(ScriptText) + text_.size();
 }
 
-ScriptText& ScriptText::operator=(const ScriptText& other) {
-  if (this == &other || !hasRoomFor(other.text_.size())) return *this;
+ScriptText::~ScriptText() { g_liveBytes -= sizeof(ScriptText) + text_.size(); }
+
+ScriptText* ScriptText::makeWith(std::string_view first, std::string_view second) {
+  if (!hasRoomFor(sizeof(ScriptText) + first.size() + second.size())) return nullptr;
+  auto* text = new ScriptText(first);
+  text->appendBytes(second);
+  return text;
+}
+
+ScriptText* ScriptText::copy(const ScriptText* other) {
+  return isThere(other) ? makeWith(other->text_) : nullptr;
+}
+
+ScriptText& ScriptText::assign(const ScriptText* other) {
+  if (!isThere(other) || this == other || !hasRoomFor(other->text_.size())) return *this;
   g_liveBytes -= text_.size();
-  text_ = other.text_;
+  text_ = other->text_;
   g_liveBytes += text_.size();
   return *this;
 }
 
-ScriptText& ScriptText::operator+=(const ScriptText& other) {
-  append(other.text_);
+ScriptText& ScriptText::append(const ScriptText* other) {
+  return isThere(other) ? appendBytes(other->text_) : *this;
+}
+
+ScriptText* ScriptText::joined(const ScriptText* other) const {
+  return isThere(other) ? makeWith(text_, other->text_) : nullptr;
+}
+
+int ScriptText::compare(const ScriptText* other) const {
+  return isThere(other) ? text_.compare(other->text_) : 0;
+}
+
+ScriptText& ScriptText::appendBytes(std::string_view bytes) {
+  if (!hasRoomFor(bytes.size())) return *this;
+  g_liveBytes += bytes.size();
+  text_ += bytes;
   return *this;
-}
-
-ScriptText& ScriptText::operator+=(int64_t number) {
-  append(std::to_string(number));
-  return *this;
-}
-
-ScriptText ScriptText::operator+(const ScriptText& other) const {
-  ScriptText sum(*this);
-  sum += other;
-  return sum;
-}
-
-ScriptText ScriptText::operator+(int64_t number) const {
-  ScriptText sum(*this);
-  sum += number;
-  return sum;
-}
-
-ScriptText ScriptText::joinedBehind(int64_t number) const {
-  ScriptText sum(std::to_string(number));
-  sum += *this;
-  return sum;
 }
 
 }  // namespace host

@@ -17,8 +17,11 @@ namespace {
 constexpr std::size_t kDeepestInclude = 16;
 constexpr std::size_t kMostFiles = 200;
 constexpr std::uintmax_t kMostBytes = std::uintmax_t{2} << 20;
-// The compiler's time grows with the square of the length of a function. Enumerations may be longer.
-constexpr std::size_t kMostTokens = 50000;
+// The compiler's time grows with the square of the length of a function. Enumerations of numbers may be
+// longer.
+constexpr std::size_t kMostTokens = 20000;
+// The library does not stand names and literals of any length.
+constexpr std::size_t kLongestToken = 4096;
 
 /// One token of the compiler's own lexer, and where it stands.
 struct SourceToken {
@@ -114,6 +117,7 @@ class Preparation {
     if (token.text == "{") openBlock(token);
     if (token.text == "}") inEnumeration_ = false;
     if (token.kind == asTC_KEYWORD && token.text == "class") blame(token, "BRAMBLE has no classes");
+    const bool isFree = isPartOfNumbers(token);
     beforeLast_ = last_;
     last_ = token.text;
     nesting_.next(token.text);
@@ -121,11 +125,22 @@ class Preparation {
       blame(token, "brackets, statements or conditions are nested too deeply");
       return false;
     }
-    if (!inEnumeration_ && ++totals_.tokens > kMostTokens) {
-      blame(token, "the script is longer than 50000 words and signs, not counting enumerations");
+    if (token.text.size() > kLongestToken) {
+      blame(token, "a word or text is longer than 4096 bytes");
+      return false;
+    }
+    if (!isFree && ++totals_.tokens > kMostTokens) {
+      blame(token, "the script is longer than 20000 words and signs, not counting enumerations of numbers");
       return false;
     }
     return true;
+  }
+
+  /// Whether a token belongs to an enumeration and costs the compiler next to nothing.
+  bool isPartOfNumbers(const SourceToken& token) const {
+    if (!inEnumeration_) return false;
+    if (token.kind == asTC_IDENTIFIER) return last_ == "," || last_ == "{";
+    return token.kind == asTC_VALUE || token.text == "=" || token.text == "-" || token.text == ",";
   }
 
   void openBlock(const SourceToken& brace) {

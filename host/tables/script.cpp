@@ -10,10 +10,9 @@ namespace {
 int32_t GetLanguageVersion() { return kScriptLanguageVersion; }
 
 HostBool Compile(const HostFileName* source, const HostFileName* destination) {
-  Diagnostics diagnostics;
-  const bool good = compileScriptFile(source->path, destination->path, diagnostics);
-  for (const std::string& line : diagnostics.lines()) services().console.printError(line);
-  return good ? 1 : 0;
+  const Compilation compilation = compileScriptFile(source->path, destination->path);
+  for (const std::string& line : compilation.messages) services().console.printError(line);
+  return compilation.bytes.empty() ? 0 : 1;
 }
 
 }  // namespace
