@@ -173,19 +173,4 @@ TEST(CommandLine, SurvivesNullArguments) {
   EXPECT_EQ(moduleEntry()(HOST_MODULE_MESSAGE, HOST_MESSAGE_COMMAND_LINE, &none, nullptr), -1);
 }
 
-TEST(CommandLine, BuildsTheDistributionWithoutAScriptLibrary) {
-  TempFolder app;
-  writeText(app / "resource/gui.brc", "old");
-  writeText(app / "resource/gui.brm", "void main() {}");
-  RecordingView view;
-  host::HeadlessHost host({app.path().string(), (app / "prefs").string(), false}, view);
-  fs::create_directories(app / "modules/outfitter/resource");
-  const HostTables tables = host::hostTables();
-  host.loadModule(VESTA_TEST_MODULE, tables);
-  std::vector<const char*> arguments = {"-createdistribution"};
-  host.handleCommandLine(arguments);
-  EXPECT_FALSE(fs::exists(app / "resource/gui.brc"));
-  EXPECT_EQ(view.lines, std::vector<std::string>{"Error: Compiling gui.brc"});
-}
-
 }  // namespace

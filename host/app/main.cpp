@@ -14,6 +14,7 @@
 #include "host/app/exit_status.h"
 #include "host/app/host_options.h"
 #include "host/app/menu_command.h"
+#include "host/app/symbol_header.h"
 #include "host/headless/terminal_view.h"
 #include "host/services/paths.h"
 #include "host/services/threads.h"
@@ -179,11 +180,14 @@ class Program {
     refuseWordsAroundLumicheck();
     ModuleArguments arguments(invocation_.rest);
     const auto started = std::chrono::system_clock::now();
+    const SymbolHeader symbols(services().options.appFolder);
     host_.handleCommandLine(arguments.pointers());
     services().console.flush();
+    const bool builtDistribution = arguments.consumed("-createdistribution").has_value();
+    if (builtDistribution) symbols.tellIfChanged(services().console);
     if (const auto lumicheck = arguments.consumed("-lumicheck"))
       return judgeRun(arguments, *lumicheck, started);
-    if (arguments.consumed("-createdistribution")) return kExitGood;
+    if (builtDistribution) return kExitGood;
     return parseCommands(arguments.left());
   }
 
