@@ -11,8 +11,6 @@ namespace {
 // A deeper recursion than any menu needs; the engine's own time grows with the square of the call depth.
 constexpr asPWORD kStackBytes = asPWORD{1} << 20;
 constexpr asPWORD kDeepestCalls = 10000;
-// So much that a script reaches it never through host functions: none of them calls back.
-constexpr asPWORD kNestedCalls = 10;
 
 /// Literals: each use is a string of its own.
 class Literals : public asIStringFactory {
@@ -40,7 +38,6 @@ ScriptEngine::ScriptEngine(Listener listener)
   engine_->SetMessageCallback(asFUNCTION(tell), this, asCALL_CDECL);
   engine_->SetEngineProperty(asEP_MAX_STACK_SIZE, kStackBytes);
   engine_->SetEngineProperty(asEP_MAX_CALL_STACK_SIZE, kDeepestCalls);
-  engine_->SetEngineProperty(asEP_MAX_NESTED_CALLS, kNestedCalls);
   // Initialisers run in the context that has the limits, not while the script is compiled.
   engine_->SetEngineProperty(asEP_INIT_GLOBAL_VARS_AFTER_BUILD, 0);
   registerAll();

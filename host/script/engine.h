@@ -41,8 +41,7 @@ class ScriptEngine {
  private:
   static void tell(const asSMessageInfo* message, void* engine);
   void registerAll();
-  /// Each takes the engine's answer, ends the program's confusion early when it is an error, and adds the
-  /// declaration to the interface text.
+  /// Throws when the engine did not take the declaration, else adds it to the interface text.
   void registered(int answer, const char* declaration);
   void registerStrings();
   void registerMenus();

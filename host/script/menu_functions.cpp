@@ -27,7 +27,7 @@ const char* whatIsWrongWith(const ScriptText* text) {
   const std::string& title = text->get();
   if (title.empty()) return "a menu needs a title";
   if (title.size() > kLongestTitle) return "the title of a menu is longer than 200 bytes";
-  if (!isUtf8(title) || visible(title) != title) return "the title of a menu holds a byte that is no text";
+  if (!isUtf8(title) || visible(title) != title) return "the title of a menu holds what cannot be shown";
   return nullptr;
 }
 

@@ -17,6 +17,10 @@ struct ScriptMenu {
 
 /// The menus of one run: the user data of its context.
 struct MenuBuilder {
+  MenuBuilder() = default;
+  MenuBuilder(const MenuBuilder&) = delete;
+  MenuBuilder& operator=(const MenuBuilder&) = delete;
+
   MenuItem root;
   std::deque<ScriptMenu> menus = {{&root, 0}};  ///< the root first
   int items = 0;

@@ -207,7 +207,7 @@ class SourceReader {
     SourceFile file{nameOf(path), path, {}, {}};
     open_.push_back(identity);
     for (const Include& include : Preparation(file, text, engine_, totals_, diagnostics_).run()) {
-      readFile(joinPath(fs::path(path).parent_path().string(), include.name),
+      readFile(normalPath(joinPath(fs::path(path).parent_path().string(), include.name)),
                {Diagnostic::Kind::Error, path, include.row, include.column, {}});
     }
     open_.pop_back();
