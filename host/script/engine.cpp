@@ -1,6 +1,7 @@
 #include "host/script/engine.h"
 
 #include <new>
+#include <stdexcept>
 
 #include "host/script/menu_functions.h"
 #include "host/script/script_text.h"
