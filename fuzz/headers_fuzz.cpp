@@ -7,8 +7,7 @@
 #include <set>
 #include <string>
 
-#include "host/services/expression.h"
-#include "host/services/tokenizer.h"
+#include "companions/symbols/file_tokens.h"
 #include "makedistri/makedistri_header.h"
 
 namespace {
@@ -17,32 +16,6 @@ using namespace outfitter;
 
 void require(bool holds) {
   if (!holds) std::abort();
-}
-
-class FileTokens : public HeaderTokens {
- public:
-  explicit FileTokens(const std::string& file) : tokenizer_(file) {}
-  bool Next(bool insideComment, HeaderToken& token) override {
-    host::Token found;
-    if (!tokenizer_.next(insideComment, found)) return false;
-    token.kind = found.kind == host::TokenKind::Identifier ? TokenKind::Identifier
-                 : found.kind == host::TokenKind::LineEnd  ? TokenKind::LineEnd
-                                                           : TokenKind::Other;
-    token.glued = found.glued;
-    token.text = found.text;
-    token.line = found.line;
-    return true;
-  }
-
- private:
-  host::Tokenizer tokenizer_;
-};
-
-Evaluation evaluate(const std::string& text, bool real) {
-  const host::Evaluation found =
-      host::evaluateExpression(text, real ? host::EvaluationMode::Real : host::EvaluationMode::Integer);
-  return {found.success, found.status == host::evaluation_status::kWrapped, found.status, found.integer,
-          found.real};
 }
 
 /// Holds each finding against the table.
@@ -87,12 +60,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static const std::string name = "/proc/self/fd/" + std::to_string(file);
   SymbolTable symbols;
   Checker checker(symbols);
-  HeaderParser parser(symbols, evaluate, checker);
+  HeaderParser parser(symbols, companion::evaluateWithHost, checker);
   // The second half is a header of its own: names live on, comments and lines do not.
   for (const HeaderPass pass : {HeaderPass::Enums, HeaderPass::Defines}) {
     for (const size_t start : {size_t{0}, size / 2}) {
       overwrite(file, data + start, start == 0 ? size / 2 : size - start);
-      FileTokens tokens(name);
+      companion::FileTokens tokens(name);
       parser.Parse(tokens, pass);
     }
   }

@@ -4,11 +4,10 @@
 #include <system_error>
 #include <tuple>
 
-#include "host/services/expression.h"
+#include "companions/symbols/file_tokens.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
 #include "host/services/text.h"
-#include "host/services/tokenizer.h"
 #include "makedistri/bramblelib_names.h"
 #include "makedistri/makedistri_order.h"
 
@@ -66,65 +65,48 @@ class HeaderSearch {
 
 // ---- reading them ----
 
-/// The tokens of one file. On the way they are watched for comments that the readers leave later than a
-/// compiler.
-class FileTokens : public HeaderTokens {
+/// The tokens of one file, watched on their way for comments that the readers leave later than a compiler.
+class WatchedTokens : public HeaderTokens {
  public:
-  FileTokens(const std::string& file, std::vector<OverrunComment>& overruns)
-      : tokenizer_(file), file_(file), overruns_(overruns) {}
+  WatchedTokens(const std::string& file, std::vector<OverrunComment>& overruns)
+      : tokens_(file), file_(file), overruns_(overruns) {}
 
   bool Next(bool insideComment, HeaderToken& token) override {
     watch(insideComment);
-    if (!tokenizer_.next(insideComment, last_)) return false;
-    token.kind = last_.kind == host::TokenKind::Identifier ? TokenKind::Identifier
-                 : last_.kind == host::TokenKind::LineEnd  ? TokenKind::LineEnd
-                                                           : TokenKind::Other;
-    token.glued = last_.glued;
-    token.text = last_.text;
-    token.line = last_.line;
-    return true;
+    return tokens_.Next(insideComment, token);
   }
 
  private:
   /// Looks at the last token, now that it is known whether the readers see a comment behind it.
   void watch(bool insideComment) {
-    const char letter = last_.kind == host::TokenKind::Punctuation ? last_.text.front() : '\0';
-    const bool endsForCompiler = isBlock_ && starBefore_ && letter == '/' && last_.glued;
+    const host::Token& last = tokens_.last();
+    const char letter = last.kind == host::TokenKind::Punctuation ? last.text.front() : '\0';
+    const bool endsForCompiler = isBlock_ && starBefore_ && letter == '/' && last.glued;
     if (insideComment && !wasInside_) isBlock_ = letter == '*';
     if (!insideComment) isBlock_ = false;
-    if (overrun_ != nullptr && !insideComment) {
-      overrun_->lastLine = last_.line;
-      overrun_ = nullptr;
+    if (isGoingOn_) overruns_.back().lastLine = last.line;
+    if (endsForCompiler && insideComment && wasInside_ && !isGoingOn_) {
+      overruns_.push_back({{file_, last.line}, last.line});
+      isGoingOn_ = true;
     }
-    if (insideComment && wasInside_ && endsForCompiler && overrun_ == nullptr) {
-      overruns_.push_back({{file_, last_.line}, last_.line});
-      overrun_ = &overruns_.back();
-    }
-    if (overrun_ != nullptr) overrun_->lastLine = last_.line;
+    if (!insideComment) isGoingOn_ = false;
     starBefore_ = letter == '*' && wasInside_;
     wasInside_ = insideComment;
   }
 
-  host::Tokenizer tokenizer_;
+  FileTokens tokens_;
   const std::string file_;
   std::vector<OverrunComment>& overruns_;
-  OverrunComment* overrun_ = nullptr;
-  host::Token last_;
+  bool isGoingOn_ = false;  ///< the last overrun
   bool wasInside_ = false;
   bool isBlock_ = false;
   bool starBefore_ = false;
 };
 
-Evaluation evaluate(const std::string& text, bool real) {
-  const host::Evaluation found =
-      host::evaluateExpression(text, real ? host::EvaluationMode::Real : host::EvaluationMode::Integer);
-  return {found.success, (found.status & host::evaluation_status::kWrapped) != 0, found.status, found.integer,
-          found.real};
-}
-
 class Accountant : public FindingSink {
  public:
-  explicit Accountant(Account& account) : account_(account), parser_(account.symbols, evaluate, *this) {
+  explicit Accountant(Account& account)
+      : account_(account), parser_(account.symbols, evaluateWithHost, *this) {
     account_.firstEntries.assign(static_cast<size_t>(account_.symbols.Count()), Account::kNoEntry);
   }
 
@@ -134,7 +116,7 @@ class Accountant : public FindingSink {
     overruns_.clear();
     counting_ = {};
     try {
-      FileTokens tokens(file, overruns_);
+      WatchedTokens tokens(file, overruns_);
       parser_.Parse(tokens, pass);
     } catch (const std::system_error& error) {
       // Said once, although every header is read twice.
