@@ -34,7 +34,7 @@ constexpr const char* kHostOptionsHelp =
     "\n"
     "The tools' own switches:\n"
     "  -lumicheck SCENES [REFERENCE] [check options]  renders every scene, and compares with a reference\n"
-    "  -createdistribution                            compiles the application's GUI script\n"
+    "  -createdistribution                            compiles the GUI script, and writes the symbol header\n"
     "  -help                                          this text\n"
     "\n"
     "Exit status: 0 good; 1 something is wrong with what was tested; 2 wrong usage, unreadable input or\n"
