@@ -80,11 +80,13 @@ std::string unknownNames(const Account& account, const Entry& entry) {
   return parts.empty() ? "no constant expression" : "unknown: " + joined(parts);
 }
 
+bool isString(const Entry& entry) { return entry.rawText.find('"') != std::string::npos; }
+
 std::string whyItFailed(const Account& account, const Entry& entry) {
   namespace status = host::evaluation_status;
   if (entry.isFunctionLike) return "function-like macro";
   const uint32_t why = entry.found.status;
-  if (entry.rawText.find('"') != std::string::npos) return "a string";
+  if (isString(entry)) return "a string";
   if ((why & status::kArithmetic) != 0)
     return "division by zero, a shift out of range, or a real that does not fit";
   if ((why & status::kDepth) != 0) return "nested too deeply";
@@ -201,7 +203,8 @@ std::string reasonOf(const Account& account, const Entry& entry) {
 }
 
 std::vector<std::string> notesOn(const Account& account, const Entry& entry) {
-  std::vector<std::string> notes = notesOnParts(entry);
+  std::vector<std::string> notes;
+  if (!isString(entry)) notes = notesOnParts(entry);
   if (!hasValue(entry)) return notes;
   if (entry.lostBehindSlash) notes.emplace_back("what stands behind \"/\" is lost");
   if (entry.found.wrapped) notes.emplace_back("does not fit 32 bits: taken modulo 2^32");
