@@ -94,6 +94,51 @@ TEST_F(Distribution, SymbolsExplainsEveryDefineAndEnumerator) {
   EXPECT_EQ(entry("D")["substituted"], json::parse(R"([{"name": "A", "value": 8}])"));
   EXPECT_EQ(entry("D")["value"], 10);
   EXPECT_EQ(entry("R")["real"], 1.5);
+
+  writeText(headers / "a.h", "enum { A0 }; /* stars **/ enum {\n A1, /* x */ A2 };\n");
+  writeText(headers / "b.h", "/* never\nended");
+  const Ended comments = vesta({"symbols", "--headers", headers, "--explain"});
+  EXPECT_TRUE(
+      comments.saidOut("a.h:1: this comment ends with an even number of stars, so it goes on up to line 2; "
+                       "the enumeration that begins in it is lost as a whole\n"))
+      << comments.out;
+  EXPECT_TRUE(comments.saidOut("b.h:2: this comment never ends\n")) << comments.out;
+}
+
+/// Notes are handed down chains of names: once each, and not by walking every way through them.
+TEST_F(Distribution, SymbolsTakesLongChainsOfNames) {
+  std::string chain = "#define N0 8/2\n";
+  for (int i = 1; i <= 60000; ++i) {
+    const std::string before = "N" + std::to_string(i - 1) + (i > 1 ? "_" : "");
+    chain += "#define N" + std::to_string(i) + "_ (" + before + "&" + before + ")\n";
+  }
+  writeText(folder / "headers/a.h", chain);
+  const Ended ended = vesta({"symbols", "--headers", folder / "headers", "--explain"});
+  EXPECT_EQ(ended.status, 0) << ended.err;
+  EXPECT_TRUE(
+      ended.saidOut("N60000_ = (N59999_&N59999_) -> (8&8) = 8\n    note: made of N59999_: see there\n"));
+}
+
+TEST_F(Distribution, RefusesWhatMakesNoSense) {
+  const auto refused = [&](const Words& words) { return inApp(words).status; };
+  EXPECT_EQ(refused({"-createdistribution", "more"}), 2);
+  EXPECT_EQ(refused({"menu", "-createdistribution"}), 2);
+  EXPECT_FALSE(fs::exists(app / "resource/gui.brc")) << "nothing was built";
+  EXPECT_EQ(refused({"symbols", "--headers", ""}), 2);
+  EXPECT_EQ(refused({"symbols", "--json", ""}), 2);
+  EXPECT_EQ(refused({"symbols", "--headers", app, app}), 2);
+  EXPECT_EQ(refused({"symbols", "--headers", app / "resource/gui.brm"}), 2);
+  fs::create_directory(folder / "empty");
+  EXPECT_EQ(refused({"symbols", "--headers", folder / "empty"}), 2);
+  EXPECT_EQ(vesta({"--app-dir", folder / "nowhere", "menu"}).status, 2);
+}
+
+TEST_F(Distribution, OutputThatIsLostIsAFailure) {
+  const Ended ended = Process("/bin/sh", {"-c", "exec \"$0\" \"$@\" >/dev/full", VESTA_TEST_PROGRAM,
+                                          "--prefs-dir", preferences.string(), "symbols"})
+                          .wait();
+  EXPECT_EQ(ended.status, 3);
+  EXPECT_TRUE(ended.saidErr("vesta: standard output could not be written\n")) << ended.err;
 }
 
 TEST_F(Distribution, SymbolsSaysWhatItCannotRead) {

@@ -1,6 +1,7 @@
 #include "companions/symbols/account.h"
 
 #include <algorithm>
+#include <map>
 #include <system_error>
 #include <tuple>
 
@@ -73,7 +74,12 @@ class WatchedTokens : public HeaderTokens {
 
   bool Next(bool insideComment, HeaderToken& token) override {
     watch(insideComment);
-    return tokens_.Next(insideComment, token);
+    if (tokens_.Next(insideComment, token)) return true;
+    if (insideComment && isBlock_ && !isGoingOn_) {
+      const int32_t line = tokens_.last().line;
+      overruns_.push_back({{file_, line}, line, false, true});
+    }
+    return false;
   }
 
  private:
@@ -84,9 +90,13 @@ class WatchedTokens : public HeaderTokens {
     const bool endsForCompiler = isBlock_ && starBefore_ && letter == '/' && last.glued;
     if (insideComment && !wasInside_) isBlock_ = letter == '*';
     if (!insideComment) isBlock_ = false;
-    if (isGoingOn_) overruns_.back().lastLine = last.line;
+    if (isGoingOn_) {
+      overruns_.back().lastLine = last.line;
+      if (last.kind == host::TokenKind::Identifier && last.text == "enum")
+        overruns_.back().hidesEnumeration = true;
+    }
     if (endsForCompiler && insideComment && wasInside_ && !isGoingOn_) {
-      overruns_.push_back({{file_, last.line}, last.line});
+      overruns_.push_back({{file_, last.line}, last.line, false, false});
       isGoingOn_ = true;
     }
     if (!insideComment) isGoingOn_ = false;
@@ -159,9 +169,15 @@ class Accountant : public FindingSink {
   void addValue(Entry& entry, const Value& value) const {
     entry.text = value.text;
     entry.found = value.found;
+    std::map<int32_t, size_t> places;  // in the order of their first use
     for (const int32_t index : value.used) {
-      const Symbol& symbol = account_.symbols.At(index);
-      entry.used.push_back({symbol.name, symbol.value});
+      const auto [place, isNew] = places.emplace(index, entry.used.size());
+      if (isNew) {
+        const Symbol& symbol = account_.symbols.At(index);
+        entry.used.push_back({symbol.name, symbol.value, 1});
+      } else {
+        ++entry.used[place->second].times;
+      }
     }
   }
 
@@ -212,14 +228,15 @@ const Entry* Account::entryOf(int32_t symbol) const {
 
 const Entry* Account::entryOf(std::string_view name) const { return entryOf(symbols.Find(name)); }
 
-Account readHeaders(const std::vector<std::string>& folders) {
+Account readHeaders(const std::vector<std::string>& folders, const std::function<bool()>& stopped) {
   Account account;
   HeaderSearch headers(account);
   for (size_t i = 0; i < folders.size(); ++i) headers.search(folders[i], i);
   headers.finish();
   Accountant accountant(account);
-  ForEachParse(account.headers.size(),
-               [&](size_t index, HeaderPass pass) { accountant.read(account.headers[index], pass); });
+  ForEachParse(account.headers.size(), [&](size_t index, HeaderPass pass) {
+    if (!stopped()) accountant.read(account.headers[index], pass);
+  });
   return account;
 }
 

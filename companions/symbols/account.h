@@ -1,6 +1,7 @@
 #pragma once
 // The account of a symbol build: every define and enumerator of the headers, and what became of it.
 
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,6 +21,7 @@ struct Place {
 struct Replacement {
   std::string name;
   int32_t value = 0;
+  size_t times = 1;
 };
 
 struct Entry {
@@ -49,8 +51,10 @@ struct UnreadableHeader {
 
 /// A comment that ends for a compiler, but goes on for the symbol build, which hides what stands behind it.
 struct OverrunComment {
-  Place place;           ///< of its end for a compiler
-  int32_t lastLine = 0;  ///< up to which it goes on
+  Place place;                    ///< of its end for a compiler; of its last line where it never ends
+  int32_t lastLine = 0;           ///< up to which it goes on
+  bool hidesEnumeration = false;  ///< one begins in it, and is lost with what stands behind the comment
+  bool neverEnds = false;         ///< for a compiler as well
 };
 
 struct Account {
@@ -71,7 +75,7 @@ struct Account {
 };
 
 /// Reads the headers below the folders as a symbol build does, in the same order, and keeps account. A folder
-/// that is not there has no headers. Thread: any.
-Account readHeaders(const std::vector<std::string>& folders);
+/// that is not there has no headers. Between two headers `stopped` is asked. Thread: any.
+Account readHeaders(const std::vector<std::string>& folders, const std::function<bool()>& stopped);
 
 }  // namespace companion

@@ -7,6 +7,7 @@
 #include "host/services/files.h"
 #include "host/services/jsonbytes.h"
 #include "host/services/paths.h"
+#include "host/services/threads.h"
 #include "host/services/utf8.h"
 
 namespace companion {
@@ -17,20 +18,28 @@ class SymbolsCommand : public host::Companion {
   CLI::App* describe(CLI::App& program) override {
     CLI::App* command = program.add_subcommand(
         "symbols", "says what the symbol header takes from the SDK headers, and what it leaves out and why");
-    command->add_option("APPDIR", appFolder_, "the application folder (default: this program's)");
-    command->add_option("--headers", headers_, "DIR: reads the headers below DIR in place of the SDK's");
+    CLI::Option* app =
+        command->add_option("APPDIR", appFolder_, "the application folder (default: this program's)");
+    command->add_option("--headers", headers_, "DIR: reads the headers below DIR in place of the SDK's")
+        ->check(refuseEmpty)
+        ->excludes(app);
     command->add_flag("--explain", explain_, "lists every define and enumerator");
-    command->add_option("--json", jsonFile_, "FILE: writes everything as JSON");
+    command->add_option("--json", jsonFile_, "FILE: writes everything as JSON")->check(refuseEmpty);
     return command;
   }
 
   int run(host::HostServices& services) override {
     const std::vector<std::string> folders = headerFolders(services);
     if (std::none_of(folders.begin(), folders.end(), host::folderExists)) {
-      services.console.printError("There are no headers: '" + folders.front() + "' is not there.");
+      services.console.printError("There are no headers: '" + folders.front() + "' is no folder.");
       return host::kExitUsage;
     }
-    const Account account = readHeaders(folders);
+    const Account account = readHeaders(folders, host::interruptRequested);
+    if (host::interruptRequested()) return host::kExitStopped;
+    if (account.headers.empty() && account.unreadable.empty()) {
+      services.console.printError("There are no headers below '" + folders.front() + "'.");
+      return host::kExitUsage;
+    }
     if (explain_) list(services, account);
     services.console.print(summary(account));
     for (const UnreadableHeader& header : account.unreadable) {
@@ -41,6 +50,8 @@ class SymbolsCommand : public host::Companion {
   }
 
  private:
+  static std::string refuseEmpty(const std::string& text) { return text.empty() ? "a name is missing" : ""; }
+
   static void list(host::HostServices& services, const Account& account) {
     for (const Entry& entry : account.entries)
       services.console.print(host::visible(explain(account, entry), "\n"));

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <set>
 
 #include "host/services/expression.h"
 #include "host/services/jsonbytes.h"
@@ -17,10 +19,6 @@ std::string placeText(const Place& place) { return place.file + ":" + std::to_st
 
 bool isNameLetter(char c) {
   return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || static_cast<unsigned char>(c) > 127;
-}
-
-bool contains(const std::vector<std::string>& words, const std::string& word) {
-  return std::find(words.begin(), words.end(), word) != words.end();
 }
 
 /// The names in a text, quoted parts left out, in their order.
@@ -54,13 +52,15 @@ std::string joined(const std::vector<std::string>& parts) {
 
 /// The words of the header that were no symbols; where parts of words were put in, what that made of them.
 std::vector<std::string> wordsWithoutValue(const Entry& entry) {
-  const auto used = [&](const std::string& word) {
-    return std::any_of(entry.used.begin(), entry.used.end(),
-                       [&](const Replacement& replacement) { return replacement.name == word; });
-  };
+  std::set<std::string> used;
+  for (const Replacement& replacement : entry.used) used.insert(replacement.name);
   std::vector<std::string> words = namesIn(entry.rawText);
-  words.erase(std::remove_if(words.begin(), words.end(), used), words.end());
-  return words.empty() ? namesIn(entry.text) : words;
+  const auto isUsed = [&](const std::string& word) { return used.count(word) != 0; };
+  words.erase(std::remove_if(words.begin(), words.end(), isUsed), words.end());
+  if (words.empty()) words = namesIn(entry.text);
+  std::sort(words.begin(), words.end());
+  words.erase(std::unique(words.begin(), words.end()), words.end());
+  return words;
 }
 
 /// Names that have no value when they are needed, and whether they get one later.
@@ -75,7 +75,7 @@ std::string unknownNames(const Account& account, const Entry& entry) {
     } else if (account.functionLike.count(name) != 0) {
       name.append(" (a function-like macro)");
     }
-    if (!contains(parts, name)) parts.push_back(std::move(name));
+    parts.push_back(std::move(name));
   }
   return parts.empty() ? "no constant expression" : "unknown: " + joined(parts);
 }
@@ -159,16 +159,13 @@ bool isDirective(const Entry& entry) {
 
 /// A symbol that is put in more often than its name stands there was a part of something longer.
 std::vector<std::string> notesOnParts(const Entry& entry) {
+  std::map<std::string, size_t> words;
+  for (const std::string& word : namesIn(entry.rawText)) ++words[word];
   std::vector<std::string> notes;
-  std::vector<std::string> words = namesIn(entry.rawText);
   for (const Replacement& used : entry.used) {
-    const auto word = std::find(words.begin(), words.end(), used.name);
     const bool isSize = used.name.find('(') != std::string::npos;
-    if (word != words.end()) {
-      words.erase(word);
-    } else if (!isSize) {
-      std::string note = used.name + " was put in as a part of a longer word";
-      if (!contains(notes, note)) notes.push_back(std::move(note));
+    if (!isSize && used.times > words[used.name]) {
+      notes.push_back(used.name + " was put in as a part of a longer word");
     }
   }
   return notes;
@@ -219,8 +216,7 @@ std::vector<std::string> notesOn(const Account& account, const Entry& entry) {
   }
   for (const Replacement& used : entry.used) {
     const Entry* part = account.entryOf(used.name);
-    if (part != nullptr && !notesOn(account, *part).empty())
-      notes.push_back("made of " + used.name + ": see there");
+    if (part != nullptr && part->isOdd) notes.push_back("made of " + used.name + ": see there");
   }
   return notes;
 }
@@ -239,9 +235,12 @@ std::string explain(const Account& account, const Entry& entry) {
 }
 
 std::string explain(const OverrunComment& overrun) {
-  return placeText(overrun.place) +
-         ": this comment ends with an even number of stars, so it goes on up to line " +
-         std::to_string(overrun.lastLine);
+  std::string text = placeText(overrun.place) + ": this comment ";
+  if (overrun.neverEnds) return text + "never ends";
+  text.append("ends with an even number of stars, so it goes on up to line ")
+      .append(std::to_string(overrun.lastLine));
+  if (overrun.hidesEnumeration) text.append("; the enumeration that begins in it is lost as a whole");
+  return text;
 }
 
 std::string summary(const Account& account) {
@@ -255,7 +254,7 @@ std::string summary(const Account& account) {
     text.append(number).append("  ").append(kFateNames[i]);
   }
   if (!account.overruns.empty()) {
-    text.append("\nComments that end with an even number of stars, and hide what follows: ");
+    text.append("\nComments that go on behind their end, and hide what follows: ");
     text.append(std::to_string(account.overruns.size())).append(" (--explain lists them)");
   }
   return text;
@@ -273,7 +272,9 @@ ordered_json toJson(const Account& account) {
   for (const OverrunComment& overrun : account.overruns) {
     json["overrunComments"].push_back({{"file", host::bytesToJson(overrun.place.file)},
                                        {"line", overrun.place.line},
-                                       {"lastLine", overrun.lastLine}});
+                                       {"lastLine", overrun.lastLine},
+                                       {"hidesEnumeration", overrun.hidesEnumeration},
+                                       {"neverEnds", overrun.neverEnds}});
   }
   json["symbols"] = ordered_json::array();
   for (const Entry& entry : account.entries) {

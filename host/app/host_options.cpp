@@ -47,6 +47,9 @@ HostInvocation readHostOptions(const std::vector<std::string>& arguments) {
     }
   }
   invocation.rest.assign(arguments.begin() + static_cast<std::ptrdiff_t>(next), arguments.end());
+  if (!invocation.options.appFolder.empty() && !folderExists(invocation.options.appFolder)) {
+    throw UsageError("there is no application folder '" + invocation.options.appFolder + "'");
+  }
   if (invocation.options.appFolder.empty()) invocation.options.appFolder = installedAppFolder().string();
   if (invocation.options.preferencesFolder.empty())
     invocation.options.preferencesFolder = defaultPreferencesFolder();

@@ -1,5 +1,6 @@
 // The command line of Vesta.
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <iostream>
 
 #include "host/app/commands.h"
 #include "host/app/companion.h"
@@ -179,6 +181,7 @@ class Program {
 
   int dispatch() {
     refuseWordsAroundLumicheck();
+    refuseWordsAroundDistribution();
     ModuleArguments arguments(invocation_.rest);
     const auto started = std::chrono::system_clock::now();
     const SymbolHeader symbols(services().options.appFolder);
@@ -203,6 +206,19 @@ class Program {
       }
     }
     static_cast<void>(readJudgeOptions(behindLumicheck(words)));
+  }
+
+  void refuseWordsAroundDistribution() const {
+    const auto& words = invocation_.rest;
+    const auto stands = [&](const char* option) {
+      return std::count(words.begin(), words.end(), option) > 0;
+    };
+    if (!stands("-createdistribution") || stands("-lumicheck")) return;
+    for (const std::string& word : words) {
+      if (!isHelp(word) && word != "-createdistribution") {
+        throw UsageError("'" + word + "' cannot stand beside -createdistribution");
+      }
+    }
   }
 
   int judgeRun(const ModuleArguments& arguments, size_t lumicheck,
@@ -325,6 +341,16 @@ class Program {
   ExecuteRequest execute_;
 };
 
+/// Whether what was said on standard output is lost, other than by a reader that went away: it has seen
+/// enough.
+bool isOutputLost() {
+  std::cout.flush();
+  std::fflush(stdout);
+  if (std::ferror(stdout) == 0 && std::cout) return false;
+  pollfd out{STDOUT_FILENO, POLLOUT, 0};
+  return poll(&out, 1, 0) != 1 || (out.revents & POLLERR) == 0;
+}
+
 int runProgram(const std::vector<std::string>& arguments) {
   HostInvocation invocation = readHostOptions(arguments);
   if (invocation.showVersion) {
@@ -341,7 +367,10 @@ int main(int argc, char** argv) {
   openClosedStreams();
   installSignals();
   try {
-    return runProgram({argv + std::min(argc, 1), argv + argc});
+    const int status = runProgram({argv + std::min(argc, 1), argv + argc});
+    if (!isOutputLost()) return status;
+    std::fprintf(stderr, "vesta: standard output could not be written\n");
+    return graver(status, kExitHostFailed);
   } catch (const UsageError& error) {
     std::fprintf(stderr, "vesta: %s\n", error.what());
     return kExitUsage;

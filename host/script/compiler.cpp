@@ -69,7 +69,7 @@ class Compiler {
     ByteCodeReader reader(code);
     ScriptEngine fresh([](const asSMessageInfo&) {});
     if (!written || fresh.module().LoadByteCode(&reader) < 0) {
-      fail("the script is too big for byte code");
+      fail("the script cannot be written as byte code");
       return {};
     }
     return packScript(code, engine_.interfaceText());

@@ -117,6 +117,8 @@ class Preparation {
     if (token.text == "{") openBlock(token);
     if (token.text == "}") inEnumeration_ = false;
     if (token.kind == asTC_KEYWORD && token.text == "class") blame(token, "BRAMBLE has no classes");
+    // The engine loses memory of its stack with each exception that is caught.
+    if (token.kind == asTC_KEYWORD && token.text == "try") blame(token, "BRAMBLE has no exceptions to try");
     const bool isFree = isPartOfNumbers(token);
     beforeLast_ = last_;
     last_ = token.text;

@@ -58,6 +58,8 @@ class Evaluator {
     skipBlanks();
     if (!rest_.empty()) stop(kSyntax);
     if (mode == EvaluationMode::Integer) requireInteger(number);
+    // A text that has no value has none that could be too large.
+    if ((status_ & ~kWrapped) != 0) status_ &= ~kWrapped;
     Evaluation evaluation;
     evaluation.success = status_ == 0;
     evaluation.status = status_;

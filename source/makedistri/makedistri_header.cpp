@@ -35,11 +35,11 @@ void HeaderParser::TakeDefine(DefineReader::Event event, const DefineReader& rea
                   .lostBehindSlash = lost};
   if (event == DefineReader::Event::NameMissing) return sink_.Take(finding);
   if (pass_ != HeaderPass::Defines) return;
+  finding.name = reader.Name();
   if (event == DefineReader::Event::NotRecognised) {
     finding.fate = Fate::NotRecognised;
     return sink_.Take(finding);
   }
-  finding.name = reader.Name();
   finding.rawText = reader.Value();
   if (event == DefineReader::Event::Abandoned) {
     finding.fate = Fate::Abandoned;

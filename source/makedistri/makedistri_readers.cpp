@@ -40,13 +40,12 @@ bool CommentSkipper::LetsPass(const HeaderToken& token) {
 DefineReader::Event DefineReader::Take(const HeaderToken& token) {
   switch (state_) {
     case State::Outside:
-      if (token.Is('#') && !token.glued) {
-        state_ = State::Hash;
-        line_ = token.line;
-      }
+      TakeOutside(token);
       return Event::None;
     case State::Hash:
       return TakeWord(token);
+    case State::Apart:
+      return TakeApart(token);
     case State::Define:
       return TakeName(token);
     case State::Value:
@@ -55,12 +54,25 @@ DefineReader::Event DefineReader::Take(const HeaderToken& token) {
   return Event::None;
 }
 
+void DefineReader::TakeOutside(const HeaderToken& token) {
+  if (!token.Is('#') || token.glued) return;
+  state_ = State::Hash;
+  line_ = token.line;
+}
+
 DefineReader::Event DefineReader::TakeWord(const HeaderToken& token) {
   state_ = State::Outside;
   if (!token.IsName() || token.text != "define") return Event::None;
-  if (!token.glued) return Event::NotRecognised;
-  state_ = State::Define;
+  state_ = token.glued ? State::Define : State::Apart;
   return Event::None;
+}
+
+/// The directive has ended already; the token is looked at for its name only.
+DefineReader::Event DefineReader::TakeApart(const HeaderToken& token) {
+  state_ = State::Outside;
+  name_ = token.IsName() ? token.text : std::string_view();
+  TakeOutside(token);
+  return Event::NotRecognised;
 }
 
 DefineReader::Event DefineReader::TakeName(const HeaderToken& token) {

@@ -35,7 +35,7 @@ class DefineReader {
     Complete,       ///< a line has ended; name and value are known, and the value may be empty
     Abandoned,      ///< an opening bracket behind a closed group: a function-like macro, or two groups
     NameMissing,    ///< what follows "define" is no identifier
-    NotRecognised,  ///< a blank between "#" and "define"
+    NotRecognised,  ///< a blank between "#" and "define"; the name is known where there is one
   };
   Event Take(const HeaderToken& token);
 
@@ -48,8 +48,10 @@ class DefineReader {
   bool IsFunctionLike() const { return functionLike_; }
 
  private:
-  enum class State : uint8_t { Outside, Hash, Define, Value };
+  enum class State : uint8_t { Outside, Hash, Apart, Define, Value };
+  void TakeOutside(const HeaderToken& token);
   Event TakeWord(const HeaderToken& token);
+  Event TakeApart(const HeaderToken& token);
   Event TakeName(const HeaderToken& token);
   Event TakeValue(const HeaderToken& token);
 
