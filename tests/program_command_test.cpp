@@ -228,9 +228,10 @@ TEST_F(ProgramCommand, WrongOptionsAreRefusedBeforeTheRun) {
 }
 
 TEST_F(ProgramCommand, AHostWithoutItsModulesHasFailed) {
-  const Ended none = vesta({"--app-dir", folder / "nowhere", "commands"});
+  EXPECT_EQ(vesta({"--app-dir", folder / "nowhere", "commands"}).status, 2) << "no such folder";
+  const Ended none = vesta({"--app-dir", scenes, "commands"});
   EXPECT_EQ(none.status, 3);
-  EXPECT_TRUE(none.saidErr((folder / "nowhere/modules").string())) << none.err;
+  EXPECT_TRUE(none.saidErr((scenes / "modules").string())) << none.err;
   writeText(folder / "app/modules/outfitter/outfitter.so", "no library");
   const Ended damaged = vesta({"--app-dir", folder / "app", "-lumicheck", scenes});
   EXPECT_EQ(damaged.status, 3);

@@ -130,7 +130,6 @@ TEST_F(Distribution, RefusesWhatMakesNoSense) {
   EXPECT_EQ(refused({"symbols", "--headers", app / "resource/gui.brm"}), 2);
   fs::create_directory(folder / "empty");
   EXPECT_EQ(refused({"symbols", "--headers", folder / "empty"}), 2);
-  EXPECT_EQ(vesta({"--app-dir", folder / "nowhere", "menu"}).status, 2);
 }
 
 TEST_F(Distribution, OutputThatIsLostIsAFailure) {
