@@ -29,7 +29,9 @@ void CreateDistribution() {
     return;
   }
   PrintConsoleStatus("Created gui.brc");
-  PrintConsoleStatus(ParseSymbols() ? "Created bramblesymbols.h" : "Error: Creating bramblesymbols.h");
+  // Headers of any size are read: also when memory runs out the build ends with its line.
+  const bool created = Guarded(false, ParseSymbols);
+  PrintConsoleStatus(created ? "Created bramblesymbols.h" : "Error: Creating bramblesymbols.h");
 }
 
 }  // namespace outfitter
