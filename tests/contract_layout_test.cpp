@@ -24,7 +24,8 @@ static_assert(offsetof(HostTables, documents) == 72);
 static_assert(offsetof(HostTables, bitmaps) == 80);
 static_assert(offsetof(HostTables, system) == 88);
 static_assert(offsetof(HostTables, text) == 96);
-static_assert(sizeof(HostTables) == 104);
+static_assert(offsetof(HostTables, scripts) == 104);
+static_assert(sizeof(HostTables) == 112);
 
 EXPECT_SLOT(Registration, RegisterPlugin, 0);
 EXPECT_SLOT(Registration, ConfigurationDeclare, 1);
@@ -66,6 +67,9 @@ EXPECT_SLOTS(System, 7);
 EXPECT_SLOT(Text, TokenizeFile, 0);
 EXPECT_SLOT(Text, EvaluateExpression, 3);
 EXPECT_SLOTS(Text, 4);
+EXPECT_SLOT(Scripts, GetScriptList, 0);
+EXPECT_SLOT(Scripts, SaveScriptFile, 5);
+EXPECT_SLOTS(Scripts, 6);
 
 static_assert(sizeof(HostCommandRecord) == 384);
 static_assert(offsetof(HostCommandRecord, self) == 24);

@@ -22,6 +22,12 @@ class ContainerAccess {
     Host().containers.ContainerGetFileName(handle(), result.Get(), id);
     return result;
   }
+  /// The string under `id`; empty when there is none.
+  String GetString(int32_t id) const {
+    String result;
+    Host().containers.ContainerGetString(handle(), result.Get(), id, nullptr);
+    return result;
+  }
   bool SetBool(int32_t id, bool value) {
     return Host().containers.ContainerSetBool(handle(), id, value ? 1 : 0) != 0;
   }
@@ -30,6 +36,9 @@ class ContainerAccess {
   }
   bool SetFileName(int32_t id, const FileName& value) {
     return Host().containers.ContainerSetFileName(handle(), id, value.Get()) != 0;
+  }
+  bool SetString(int32_t id, const String& value) {
+    return Host().containers.ContainerSetString(handle(), id, value.Get()) != 0;
   }
 
  private:
@@ -43,10 +52,33 @@ class ContainerView : public ContainerAccess<ContainerView> {
   HostContainer* Get() const { return container_; }
   explicit operator bool() const { return container_ != nullptr; }
 
+  /// The container stored under `id`, or none; lent until that value changes or this container ends.
+  ContainerView GetContainer(int32_t id) const {
+    return ContainerView(Host().containers.ContainerGetContainerRef(container_, id));
+  }
+  /// Stores an empty container.
+  bool SetEmptyContainer(int32_t id);
+
  private:
   HostContainer* container_;
 };
 VESTA_HOLDS_ONLY_ITS_HANDLE(ContainerView);
+
+/// The identifiers of a container's values, in the container's own order. It must not change meanwhile.
+class ContainerIds {
+ public:
+  explicit ContainerIds(const ContainerView& container) : container_(container) {}
+  /// Sets `id` to the next one. False behind the last.
+  bool Next(int32_t& id) {
+    HostContainerValue value{};
+    state_ = Host().containers.ContainerNextEntry(container_.Get(), &id, &value, state_);
+    return state_ != nullptr;
+  }
+
+ private:
+  ContainerView container_;
+  const HostContainerEntry* state_ = nullptr;
+};
 
 /// A message of the host: a container that is only read.
 class MessageView {
@@ -87,5 +119,9 @@ class Container : public ContainerAccess<Container> {
   Owned<ContainerTraits> container_;
 };
 VESTA_HOLDS_ONLY_ITS_HANDLE(Container);
+
+inline bool ContainerView::SetEmptyContainer(int32_t id) {
+  return Host().containers.ContainerSetContainer(Get(), id, Container().Get()) != 0;
+}
 
 }  // namespace vesta

@@ -20,4 +20,17 @@ FileName GetStartupFolder() {
   return folder;
 }
 
+FileName GetHostFolder(int32_t number) {
+  FileName folder;
+  Host().fileNames.GetHostFolder(folder.Get(), number);
+  return folder;
+}
+
+bool SelectFolder(FileName& folder) {
+  constexpr int32_t kAnyType = 0;
+  const String none;
+  return Host().fileNames.SelectFileName(folder.Get(), kAnyType, HOST_SELECT_FOLDER, none.Get(),
+                                         none.Get()) != 0;
+}
+
 }  // namespace vesta

@@ -34,6 +34,7 @@ class FileName {
   /// This folder with `name` appended as a new element.
   FileName Join(const FileName& name) const;
   FileName Join(const String& name) const { return Join(FileName(name)); }
+  void SetSuffix(const String& suffix) { Host().fileNames.FileNameSetSuffix(Get(), suffix.Get()); }
   bool HasSuffix(const String& suffix) const {
     return Host().fileNames.FileNameHasSuffix(Get(), suffix.Get()) != 0;
   }
@@ -52,7 +53,16 @@ inline bool CreateFolder(const FileName& name) { return Host().fileNames.CreateF
 inline bool DeleteFile(const FileName& name, bool force) {
   return Host().fileNames.DeleteFile(name.Get(), force ? 1 : 0) != 0;
 }
+/// Equal by the host's rules for file names.
+inline bool IsSameFileName(const FileName& first, const FileName& second) {
+  return Host().fileNames.FileNameCompare(first.Get(), second.Get()) == 0;
+}
 /// The application folder.
 FileName GetStartupFolder();
+/// One of the host's numbered folders, HOST_FOLDER_*; empty when there is none of that number.
+FileName GetHostFolder(int32_t number);
+/// Lets the user choose a folder, in a dialog without a title that starts in `folder`. False, with `folder`
+/// unchanged, when that was cancelled. Thread: main.
+bool SelectFolder(FileName& folder);
 
 }  // namespace vesta

@@ -40,6 +40,14 @@ class String {
   int32_t Length() const { return Host().strings.StringLength(Get()); }
   bool IsEmpty() const { return Length() == 0; }
   int32_t Compare(const String& other) const { return Host().strings.StringCompare(Get(), other.Get()); }
+  /// The character code at `position`; 0 outside.
+  uint16_t CharAt(int32_t position) const { return Host().strings.StringCharAt(Get(), position); }
+  /// `count` characters from `start`, cut to what is there.
+  String Sub(int32_t start, uint32_t count) const {
+    String result;
+    Host().strings.StringSub(Get(), result.Get(), start, count);
+    return result;
+  }
   bool Append(const String& other) {
     return Host().strings.StringInsert(Get(), Length(), other.Get(), 0, HOST_ALL) != 0;
   }

@@ -8,8 +8,12 @@
 namespace host {
 
 HeadlessHost::HeadlessHost(HostOptions options, ConsoleView& view)
-    : services_(std::move(options), view, dialogs_), tables_(hostTables()) {
+    : services_(std::move(options), view, dialogs_),
+      scripts_({services_.options.appFolder, services_.options.preferencesFolder,
+                [this](const std::string& text) { services_.console.printError(text); }}),
+      tables_(hostTables()) {
   setServices(&services_);
+  setScriptLists(&scripts_);
   dialogs_.attach(&services_);
 }
 
@@ -27,6 +31,7 @@ HeadlessHost::~HeadlessHost() {
   services_.console.finish();
   const std::string alive = describeLiveHandles();
   if (!alive.empty()) services_.console.printError("a module left behind: " + alive);
+  setScriptLists(nullptr);
   setServices(nullptr);
 }
 

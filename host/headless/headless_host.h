@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/headless/scripted_dialogs.h"
+#include "host/script/script_lists.h"
 #include "host/tables/module.h"
 
 namespace host {
@@ -22,6 +23,7 @@ class HeadlessHost {
 
   HostServices& services() { return services_; }
   ScriptedDialogs& dialogs() { return dialogs_; }
+  ScriptLists& scripts() { return scripts_; }
 
   /// Loads and starts one module; `tables` are the host's own, or a decorated copy that outlives the host.
   /// Throws ModuleError.
@@ -38,6 +40,7 @@ class HeadlessHost {
 
   ScriptedDialogs dialogs_;
   HostServices services_;
+  ScriptLists scripts_;
   HostTables tables_;
   std::vector<std::unique_ptr<Module>> modules_;
 };

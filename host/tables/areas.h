@@ -5,6 +5,8 @@
 
 namespace host {
 
+class ScriptLists;
+
 inline constexpr int32_t kHostVersion = 16038;
 
 // One function an area: const HostStringsTable& stringsTable(), and so on.
@@ -18,6 +20,9 @@ inline constexpr int32_t kHostVersion = 16038;
 
 /// What FindLibrary answers for HOST_LIBRARY_SCRIPT.
 const HostScriptLibrary& scriptLibrary();
+
+/// The scripts that the area of scripts shows, those of the host that runs.
+void setScriptLists(ScriptLists* lists);
 
 /// All areas.
 HostTables hostTables();

@@ -58,6 +58,8 @@ typedef struct HostVideoPost HostVideoPost;
 typedef struct HostBitmap HostBitmap;
 typedef struct HostResources HostResources;
 typedef struct HostTokenizer HostTokenizer;
+typedef struct HostScriptList HostScriptList;
+typedef struct HostScript HostScript;
 
 /* ---- codes ---- */
 
@@ -173,6 +175,17 @@ enum {
 };
 /* The video post in whose flags test runs set this bit value. */
 enum { HOST_VIDEO_POST_FLAGGED = 1001015, HOST_VIDEO_POST_FLAG = 4 };
+
+/* Scripts: the kinds of GetScriptList, the type code "scrp" of SaveScriptFile, and what a script's data container
+ * holds: a container for each language under HOST_SCRIPT_LANGUAGE + first letter * 256 + second letter. */
+enum { HOST_SCRIPT_USER = 0, HOST_SCRIPT_SHIPPED = 1 };
+#define HOST_SCRIPT_TYPE 1935897200
+#define HOST_SCRIPT_LANGUAGE 65536
+/* The strings in a language's container. */
+enum { HOST_SCRIPT_NAME = 1, HOST_SCRIPT_HELP = 2 };
+
+/* SelectFileName: the mode that chooses a folder. */
+#define HOST_SELECT_FOLDER 2
 
 /* FindLibrary: the script compiler, a HostScriptLibrary. */
 #define HOST_LIBRARY_SCRIPT 1000477

@@ -1,0 +1,47 @@
+#pragma once
+// The host's scripts: the user's own, and those that are shipped.
+
+#include <array>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "host/script/script.h"
+
+namespace host {
+
+/// Where scripts lie, and who is told what is wrong with them.
+struct ScriptPlaces {
+  std::string appFolder;
+  std::string preferencesFolder;
+  std::function<void(const std::string&)> tell;
+};
+
+/// The scripts of one kind, sorted by the bytes of their names.
+struct ScriptList {
+  std::deque<Script> scripts;
+};
+
+/// Thread: main.
+class ScriptLists {
+ public:
+  explicit ScriptLists(ScriptPlaces places) : places_(std::move(places)) {}
+  ScriptLists(const ScriptLists&) = delete;
+  ScriptLists& operator=(const ScriptLists&) = delete;
+
+  /// The folder of a kind of script; it need not be there.
+  std::string folder(ScriptKind kind) const;
+  /// The scripts of a kind, read when they are asked for first; lent as long as this lives. What cannot be
+  /// used is told and left out.
+  ScriptList& list(ScriptKind kind);
+  /// Writes a script as an object file, whole or not at all, and makes its folder where that is missing.
+  /// False: it was told why not.
+  bool save(const Script& script, const std::string& file);
+
+ private:
+  ScriptPlaces places_;
+  std::array<std::optional<ScriptList>, 2> lists_;
+};
+
+}  // namespace host
