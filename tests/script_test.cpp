@@ -21,7 +21,7 @@ class Script : public testing::Test {
     writeText(folder / name, text);
     return folder / name;
   }
-  host::Compilation compile(const std::string& text) { return host::compileScript(write(text)); }
+  host::Compilation compile(const std::string& text) { return host::compileScript({write(text), {}, {}}); }
   /// Its messages, with file names as seen from the folder.
   Lines messages(const std::string& text) {
     Lines lines = compile(text).messages;
@@ -93,7 +93,7 @@ TEST_F(Script, IncludesAreFilesBesideTheIncludingOne) {
   EXPECT_EQ(messages("#define X\n#include <a.brm>\nvoid main() {}"),
             (Lines{"gui.brm:1:1: error: '#' begins nothing but #include \"name\"",
                    "gui.brm:2:1: error: '#' begins nothing but #include \"name\""}));
-  EXPECT_EQ(host::compileScript(folder / "nowhere.brm").messages,
+  EXPECT_EQ(host::compileScript({folder / "nowhere.brm", {}, {}}).messages,
             Lines{(folder / "nowhere.brm").string() + ": error: No such file or directory"});
 }
 
@@ -117,7 +117,7 @@ TEST_F(Script, CompiledFilesAreTakenAsTheyWereWrittenOnly) {
       "enum { A } const string s = \"x\";\nvoid main() {\n  AddMenu(s).AddCommand(A);\n}\n";
   const std::string bytes = compile(source).bytes;
   writeText(folder / "elsewhere/gui.brm", source);
-  EXPECT_EQ(host::compileScript(folder / "elsewhere/gui.brm").bytes, bytes)
+  EXPECT_EQ(host::compileScript({folder / "elsewhere/gui.brm", {}, {}}).bytes, bytes)
       << "the same source, the same bytes";
   EXPECT_EQ(host::runMenuScript(bytes, "/x").children.size(), 1U);
 
@@ -289,7 +289,7 @@ TEST_F(MenuProgram, SaysWhatIsWrongWithTheScript) {
 
 TEST(ShippedMenus, AreGood) {
   const std::string source = fs::path(VESTA_TEST_APP_DIR) / "resource/gui.brm";
-  const host::Compilation compilation = host::compileScript(source);
+  const host::Compilation compilation = host::compileScript({source, {}, {}});
   EXPECT_EQ(compilation.messages, Lines{});
   EXPECT_FALSE(host::runMenuScript(compilation.bytes, source).children.empty());
 }

@@ -17,6 +17,7 @@
 #include "host/app/exit_status.h"
 #include "host/app/host_options.h"
 #include "host/app/menu_command.h"
+#include "host/app/scripts_command.h"
 #include "host/app/symbol_header.h"
 #include "host/headless/terminal_view.h"
 #include "host/services/paths.h"
@@ -265,6 +266,7 @@ class Program {
         app.add_subcommand("config", "lists the configuration values and where they come from");
     config->callback([&] { action = [this] { return listConfiguration(services()); }; });
     describeExecute(app, action);
+    describeScripts(app, action);
 
     CLI::App* render = app.add_subcommand("render", "renders one scene to one picture");
     render->add_option("SCENE", scene_, "a *.vesta or glTF file")->required();
@@ -309,6 +311,29 @@ class Program {
     });
   }
 
+  void describeScripts(CLI::App& app, std::function<int()>& action) {
+    CLI::App* scripts = app.add_subcommand(
+        "scripts", "lists the scripts, with their names and help texts in each language and what is missing");
+    scripts->require_subcommand(0, 1);
+    scripts->callback([&] {
+      if (!action) action = [this] { return listScripts(host_); };
+    });
+    CLI::App* run = scripts->add_subcommand("run", "runs a script");
+    run->add_option("NAME", scriptName_, "the script's name")->required();
+    run->add_option("ARGUMENTS", scriptArguments_, "what the script wants");
+    run->prefix_command();
+    run->callback([this, run, &action] {
+      action = [this, rest = run->remaining()] {
+        std::vector<std::string> arguments = scriptArguments_;
+        arguments.insert(arguments.end(), rest.begin(), rest.end());
+        return runScriptByName(host_, scriptName_, arguments);
+      };
+    });
+    CLI::App* source = scripts->add_subcommand("source", "prints the source of a script");
+    source->add_option("NAME", scriptName_, "the script's name")->required();
+    source->callback([&] { action = [this] { return printScriptSource(host_, scriptName_); }; });
+  }
+
   void readScript() {
     for (const std::string& set : sets_) {
       const size_t equals = set.find('=');
@@ -336,6 +361,8 @@ class Program {
   std::string folder_;
   std::string links_;
   std::string reference_;
+  std::string scriptName_;
+  std::vector<std::string> scriptArguments_;
   std::vector<std::string> sets_;
   std::vector<std::string> selections_;
   ExecuteRequest execute_;

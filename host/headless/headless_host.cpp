@@ -10,7 +10,10 @@ namespace host {
 HeadlessHost::HeadlessHost(HostOptions options, ConsoleView& view)
     : services_(std::move(options), view, dialogs_),
       scripts_({services_.options.appFolder, services_.options.preferencesFolder,
-                [this](const std::string& text) { services_.console.printError(text); }}),
+                [this](const std::string& text) {
+                  services_.runLog.fileFailed();
+                  services_.console.printError(text);
+                }}),
       tables_(hostTables()) {
   setServices(&services_);
   setScriptLists(&scripts_);

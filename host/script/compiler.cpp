@@ -17,11 +17,13 @@ namespace {
 /// One compilation.
 class Compiler {
  public:
-  explicit Compiler(const std::string& file)
-      : file_(file), engine_([this](const asSMessageInfo& message) { note(message); }) {}
+  explicit Compiler(const ScriptSource& source)
+      : source_(source),
+        file_(source.file),
+        engine_([this](const asSMessageInfo& message) { note(message); }) {}
 
   Compilation run() {
-    files_ = readSource(file_, engine_.get(), diagnostics_);
+    files_ = readSource(source_, engine_.get(), diagnostics_);
     if (!diagnostics_.hasErrors()) build();
     std::string bytes;
     if (!diagnostics_.hasErrors()) bytes = save();
@@ -75,7 +77,8 @@ class Compiler {
     return packScript(code, engine_.interfaceText());
   }
 
-  const std::string file_;
+  const ScriptSource& source_;
+  const std::string& file_;
   Diagnostics diagnostics_;
   std::vector<SourceFile> files_;
   ScriptEngine engine_;
@@ -88,16 +91,16 @@ bool isSameFile(const std::string& first, const std::string& second) {
 
 }  // namespace
 
-Compilation compileScript(const std::string& file) {
+Compilation compileScript(const ScriptSource& source) {
   try {
-    return decodeCompilation(runApart([&] { return encode(Compiler(file).run()); }));
+    return decodeCompilation(runApart([&] { return encode(Compiler(source).run()); }));
   } catch (const ScriptError& error) {
-    return {{}, {describe({Diagnostic::Kind::Error, file, 0, 0, error.what()})}};
+    return {{}, {describe({Diagnostic::Kind::Error, source.file, 0, 0, error.what()})}};
   }
 }
 
 Compilation compileScriptFile(const std::string& source, const std::string& destination) {
-  Compilation compilation = compileScript(source);
+  Compilation compilation = compileScript({source, std::nullopt, {}});
   if (compilation.bytes.empty()) return compilation;
   const std::string place = destination.empty() ? withSuffix(source, kCompiledScriptSuffix) : destination;
   const auto fail = [&](std::string reason) {

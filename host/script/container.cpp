@@ -1,11 +1,11 @@
 #include "host/script/container.h"
 
 #include <angelscript.h>
-#include <nettle/sha2.h>
 
 #include <cstdint>
 
 #include "host/script/diagnostics.h"
+#include "host/services/digest.h"
 
 namespace host {
 namespace {
@@ -15,21 +15,13 @@ namespace {
 constexpr std::string_view kMagic{"BRAMBLE\x1a", 8};
 constexpr uint32_t kFormatVersion = 1;
 constexpr std::size_t kNumberSize = 4;
-constexpr std::size_t kHeaderSize = 8 + 2 * kNumberSize + 2 * SHA256_DIGEST_SIZE + kNumberSize;
+constexpr std::size_t kDigestSize = 32;
+constexpr std::size_t kHeaderSize = 8 + 2 * kNumberSize + 2 * kDigestSize + kNumberSize;
 
 std::string number(uint32_t value) {
   std::string bytes;
   for (std::size_t i = 0; i < kNumberSize; ++i) bytes += static_cast<char>(value >> (8 * i) & 0xFFU);
   return bytes;
-}
-
-std::string digest(std::string_view bytes) {
-  sha256_ctx context;
-  sha256_init(&context);
-  sha256_update(&context, bytes.size(), reinterpret_cast<const uint8_t*>(bytes.data()));
-  std::string result(SHA256_DIGEST_SIZE, '\0');
-  sha256_digest(&context, result.size(), reinterpret_cast<uint8_t*>(result.data()));
-  return result;
 }
 
 /// Reads a header from front to back.
@@ -52,8 +44,8 @@ std::string packScript(std::string_view code, std::string_view interfaceText) {
   std::string bytes(kMagic);
   bytes += number(kFormatVersion);
   bytes += number(ANGELSCRIPT_VERSION);
-  bytes += digest(interfaceText);
-  bytes += digest(code);
+  bytes += sha256(interfaceText);
+  bytes += sha256(code);
   bytes += number(static_cast<uint32_t>(code.size()));
   bytes += code;
   return bytes;
@@ -65,9 +57,9 @@ std::string_view unpackScript(std::string_view bytes, std::string_view interface
   if (bytes.size() < kHeaderSize) throw ScriptRefused("it is cut off");
   header.require(number(kFormatVersion), "it has another format");
   header.require(number(ANGELSCRIPT_VERSION), "it was compiled by another version of the compiler");
-  header.require(digest(interfaceText), "it was compiled for another version of the menu functions");
+  header.require(sha256(interfaceText), "it was compiled for another version of the menu functions");
   const std::string_view code = bytes.substr(kHeaderSize);
-  header.require(digest(code), "it is damaged");
+  header.require(sha256(code), "it is damaged");
   header.require(number(static_cast<uint32_t>(code.size())), "it is damaged");
   return code;
 }

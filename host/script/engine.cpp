@@ -1,10 +1,12 @@
 #include "host/script/engine.h"
 
+#include <cmath>
 #include <new>
 #include <stdexcept>
 
 #include "host/script/menu_functions.h"
 #include "host/script/script_text.h"
+#include "host/script/talk_functions.h"
 
 namespace host {
 namespace {
@@ -54,6 +56,8 @@ void ScriptEngine::registerAll() {
   interfaceText_ += '\n';
   registerStrings();
   registerMenus();
+  registerTalk();
+  registerMathematics();
 }
 
 void ScriptEngine::registered(int answer, const char* declaration) {
@@ -90,13 +94,41 @@ void ScriptEngine::registerStrings() {
   textMethod("int opCmp(const string &in) const", asMETHOD(Text, compare));
   textMethod("uint length() const", asMETHOD(Text, length));
   textMethod("bool isEmpty() const", asMETHOD(Text, isEmpty));
+  textMethod("string@ part(uint start, uint count) const", asMETHOD(Text, part));
+  textMethod("int find(const string &in text, uint start = 0) const", asMETHOD(Text, find));
+  textMethod("uint8 byteAt(uint position) const", asMETHOD(Text, byteAt));
+  textMethod("bool isNumber() const", asMETHOD(Text, isNumber));
+  textMethod("double toNumber() const", asMETHOD(Text, toNumber));
+}
+
+void ScriptEngine::globalFunction(const char* declaration, const asSFuncPtr& function) {
+  registered(engine_->RegisterGlobalFunction(declaration, function, asCALL_CDECL), declaration);
+}
+
+void ScriptEngine::registerTalk() {
+  globalFunction("void Print(const string &in line)", asFUNCTION(print));
+  globalFunction("void Fail(const string &in reason)", asFUNCTION(complain));
+  globalFunction("uint ArgumentCount()", asFUNCTION(argumentCount));
+  globalFunction("string@ Argument(uint index)", asFUNCTION(argument));
+  globalFunction("string@ ReadText(const string &in file)", asFUNCTION(readText));
+  globalFunction("string@ FormatNumber(double value, uint places)", asFUNCTION(formatNumber));
+}
+
+void ScriptEngine::registerMathematics() {
+  globalFunction("double Sqrt(double value)", asFUNCTIONPR(std::sqrt, (double), double));
+  globalFunction("double Exp(double value)", asFUNCTIONPR(std::exp, (double), double));
+  globalFunction("double Log(double value)", asFUNCTIONPR(std::log, (double), double));
+  globalFunction("double Sin(double radians)", asFUNCTIONPR(std::sin, (double), double));
+  globalFunction("double Cos(double radians)", asFUNCTIONPR(std::cos, (double), double));
+  globalFunction("double Floor(double value)", asFUNCTIONPR(std::floor, (double), double));
+  globalFunction("double Power(double base, double exponent)",
+                 asFUNCTIONPR(std::pow, (double, double), double));
 }
 
 void ScriptEngine::registerMenus() {
   // Menus live as long as the run that builds them: handles need not count.
   registered(engine_->RegisterObjectType("Menu", 0, asOBJ_REF | asOBJ_NOCOUNT), "Menu");
-  const char* addTopMenu = "Menu@ AddMenu(const string &in title)";
-  registered(engine_->RegisterGlobalFunction(addTopMenu, asFUNCTION(addMenu), asCALL_CDECL), addTopMenu);
+  globalFunction("Menu@ AddMenu(const string &in title)", asFUNCTION(addMenu));
   const auto method = [this](const char* declaration, const asSFuncPtr& function) {
     registered(engine_->RegisterObjectMethod("Menu", declaration, function, asCALL_CDECL_OBJFIRST),
                declaration);

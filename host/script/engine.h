@@ -45,6 +45,9 @@ class ScriptEngine {
   void registered(int answer, const char* declaration);
   void registerStrings();
   void registerMenus();
+  void registerTalk();
+  void registerMathematics();
+  void globalFunction(const char* declaration, const asSFuncPtr& function);
   void textMethod(const char* declaration, const asSFuncPtr& method);
 
   Listener listener_;

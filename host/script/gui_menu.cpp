@@ -19,7 +19,7 @@ std::string readCompiled(const std::string& file) {
 }
 
 std::string compileInMemory(const std::string& source, const std::function<void(const std::string&)>& tell) {
-  Compilation compilation = compileScript(source);
+  Compilation compilation = compileScript({source, std::nullopt, {}});
   for (const std::string& line : compilation.messages) tell(line);
   if (compilation.bytes.empty()) throw ScriptError(source + ": error: there are no menus without it");
   return std::move(compilation.bytes);

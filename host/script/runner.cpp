@@ -8,6 +8,7 @@
 #include "host/script/diagnostics.h"
 #include "host/script/isolation.h"
 #include "host/script/menu_functions.h"
+#include "host/script/talk_functions.h"
 #include "host/script/transfer.h"
 #include "host/services/paths.h"
 
@@ -29,16 +30,20 @@ class Run {
         // What the engine says while it loads and runs is said better by what fails then.
         engine_([](const asSMessageInfo&) {}) {}
 
-  MenuItem menus(std::string_view bytes) {
+  /// Throws ScriptRefused, or ScriptError with what failed.
+  void run(std::string_view bytes, const std::vector<std::string>& arguments) {
     load(unpackScript(bytes, engine_.interfaceText()));
     context_.reset(engine_.get().CreateContext());
+    talk_.arguments = arguments;
     context_->SetUserData(&builder_);
+    context_->SetUserData(&talk_, kTalkData);
     context_->SetLineCallback(asFUNCTION(onLine), this, asCALL_CDECL);
     context_->SetExceptionCallback(asFUNCTION(onException), this, asCALL_CDECL);
     initialise();
     execute();
-    return std::move(builder_.root);
   }
+  MenuItem takeMenus() { return std::move(builder_.root); }
+  std::vector<std::string> takeLines() { return std::move(talk_.lines); }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -100,6 +105,7 @@ class Run {
   }
 
   void throwFailure() const {
+    if (!talk_.complaint.empty()) throw ScriptError(talk_.complaint);
     if (!failure_.empty()) throw ScriptError(failure_);
   }
 
@@ -109,33 +115,53 @@ class Run {
   int64_t lines_ = 0;
   Clock::time_point deadline_ = Clock::now() + kLongestRun;
   MenuBuilder builder_;
+  ScriptTalk talk_;
   ScriptEngine engine_;
   // Ends before the engine.
   std::unique_ptr<asIScriptContext, EngineDeleter> context_;
 };
 
-RunResult resultOf(std::string_view bytes, const std::string& file) {
+RunResult resultOf(std::string_view bytes, const std::string& file,
+                   const std::vector<std::string>& arguments) {
+  RunResult result;
+  Run run(file);
   try {
-    return {{}, {}, Run(file).menus(bytes)};
+    run.run(bytes, arguments);
   } catch (const ScriptRefused& refusal) {
-    return {refusal.what(), {}, {}};
+    result.refusal = refusal.what();
   } catch (const ScriptError& error) {
-    return {{}, error.what(), {}};
+    result.failure = error.what();
   }
+  result.menus = run.takeMenus();
+  result.lines = run.takeLines();
+  return result;
+}
+
+/// Throws ScriptRefused; other failures stand in the answer.
+RunResult runWith(std::string_view bytes, const std::string& file,
+                  const std::vector<std::string>& arguments) {
+  RunResult result;
+  try {
+    result = decodeRunResult(runApart([&] { return encode(resultOf(bytes, file, arguments)); }));
+  } catch (const ScriptError& error) {
+    result.failure = describe({Diagnostic::Kind::Error, file, 0, 0, error.what()});
+  }
+  if (!result.refusal.empty()) throw ScriptRefused(result.refusal);
+  return result;
 }
 
 }  // namespace
 
 MenuItem runMenuScript(std::string_view bytes, const std::string& file) {
-  RunResult result;
-  try {
-    result = decodeRunResult(runApart([&] { return encode(resultOf(bytes, file)); }));
-  } catch (const ScriptError& error) {
-    result.failure = describe({Diagnostic::Kind::Error, file, 0, 0, error.what()});
-  }
-  if (!result.refusal.empty()) throw ScriptRefused(result.refusal);
+  RunResult result = runWith(bytes, file, {});
   if (!result.failure.empty()) throw ScriptError(result.failure);
   return std::move(result.menus);
+}
+
+ScriptRun runScript(std::string_view bytes, const std::string& file,
+                    const std::vector<std::string>& arguments) {
+  RunResult result = runWith(bytes, file, arguments);
+  return {std::move(result.lines), std::move(result.failure)};
 }
 
 }  // namespace host

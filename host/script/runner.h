@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/script/menu.h"
 
@@ -13,5 +14,15 @@ namespace host {
 /// Throws ScriptRefused when `bytes` must not be used, ScriptError for what ends the script: endless loops,
 /// endless recursion, too many strings, division by zero.
 MenuItem runMenuScript(std::string_view bytes, const std::string& file);
+
+/// What came of a run.
+struct ScriptRun {
+  std::vector<std::string> lines;  ///< that the script printed, any bytes
+  std::string failure;             ///< what ended it, or what it ended itself with; empty: it did its work
+};
+
+/// Runs a compiled script with arguments. `bytes`, `file`, threads and ScriptRefused as for runMenuScript.
+ScriptRun runScript(std::string_view bytes, const std::string& file,
+                    const std::vector<std::string>& arguments);
 
 }  // namespace host

@@ -4,14 +4,16 @@
 #include <array>
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
+#include "host/script/runner.h"
 #include "host/script/script.h"
 
 namespace host {
 
-/// Where scripts lie, and who is told what is wrong with them.
+/// Where scripts lie, and who is told of what cannot be read or written.
 struct ScriptPlaces {
   std::string appFolder;
   std::string preferencesFolder;
@@ -38,8 +40,24 @@ class ScriptLists {
   /// Writes a script as an object file, whole or not at all, and makes its folder where that is missing.
   /// False: it was told why not.
   bool save(const Script& script, const std::string& file);
+  /// Runs a script, which is compiled once more when its code is that of another version of the program.
+  ScriptRun run(Script& script, const std::vector<std::string>& arguments);
 
  private:
+  /// The files of one script in a folder; at least one of them is there.
+  struct Files {
+    std::string object;
+    std::string source;
+  };
+  using FilesByName = std::map<std::string, Files>;
+
+  ScriptList load(ScriptKind kind);
+  FilesByName findFiles(const std::string& folder);
+  void addFile(FilesByName& found, const std::string& file);
+  /// Fills a script from its file. False: it was told why not.
+  bool read(Script& script);
+  bool compile(Script& script);
+
   ScriptPlaces places_;
   std::array<std::optional<ScriptList>, 2> lists_;
 };

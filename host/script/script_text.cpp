@@ -2,6 +2,10 @@
 
 #include <angelscript.h>
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+
 namespace host {
 namespace {
 
@@ -65,6 +69,36 @@ ScriptText* ScriptText::joined(const ScriptText* other) const {
 
 int ScriptText::compare(const ScriptText* other) const {
   return isThere(other) ? text_.compare(other->text_) : 0;
+}
+
+ScriptText* ScriptText::part(uint32_t start, uint32_t count) const {
+  return makeWith(std::string_view(text_).substr(std::min<std::size_t>(start, text_.size()), count));
+}
+
+int ScriptText::find(const ScriptText* other, uint32_t start) const {
+  if (!isThere(other)) return -1;
+  const std::size_t found = text_.find(other->text_, start);
+  return found == std::string::npos ? -1 : static_cast<int>(found);
+}
+
+uint8_t ScriptText::byteAt(uint32_t position) const {
+  if (position < text_.size()) return static_cast<uint8_t>(text_[position]);
+  raise("a byte behind the end of a string is asked for");
+  return 0;
+}
+
+std::optional<double> ScriptText::number() const {
+  double value = 0;
+  const char* end = text_.data() + text_.size();
+  const auto [stop, error] = std::from_chars(text_.data(), end, value);
+  if (error != std::errc() || stop != end || !std::isfinite(value)) return std::nullopt;
+  return value;
+}
+
+double ScriptText::toNumber() const {
+  const std::optional<double> value = number();
+  if (!value) raise("a string that is no number is used as one");
+  return value.value_or(0);
 }
 
 ScriptText& ScriptText::appendBytes(std::string_view bytes) {

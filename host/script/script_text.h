@@ -2,6 +2,7 @@
 // The strings of scripts.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,7 @@ class ScriptText {
  public:
   /// Belongs to the caller, who ends it with release(); so do all answers that are pointers.
   static ScriptText* make() { return makeWith({}); }
+  static ScriptText* of(std::string_view text) { return makeWith(text); }
   static ScriptText* copy(const ScriptText* other);
   /// A literal; not held to the bound, as its source is.
   static ScriptText* literal(std::string_view text) { return new ScriptText(text); }
@@ -40,12 +42,23 @@ class ScriptText {
   /// Bytes.
   uint32_t length() const { return static_cast<uint32_t>(text_.size()); }
   bool isEmpty() const { return text_.empty(); }
+  /// `count` bytes from `start`, cut to what is there.
+  ScriptText* part(uint32_t start, uint32_t count) const;
+  /// Where the first `other` begins at or behind `start`; -1 when there is none.
+  int find(const ScriptText* other, uint32_t start) const;
+  /// The byte at `position`; what stands outside raises an exception.
+  uint8_t byteAt(uint32_t position) const;
+  /// Whether all of the text is a decimal number, with a point or an exponent; and its value, an exception
+  /// if not.
+  bool isNumber() const { return number().has_value(); }
+  double toNumber() const;
 
  private:
   explicit ScriptText(std::string_view text);
   ~ScriptText();
   static ScriptText* makeWith(std::string_view first, std::string_view second = {});
   ScriptText& appendBytes(std::string_view bytes);
+  std::optional<double> number() const;
 
   std::string text_;
   int references_ = 1;

@@ -192,8 +192,11 @@ class Preparation {
 /// Reads one script, file by file.
 class SourceReader {
  public:
-  SourceReader(std::string folder, asIScriptEngine& engine, Diagnostics& diagnostics)
-      : folder_(std::move(folder)), engine_(engine), diagnostics_(diagnostics) {}
+  SourceReader(const ScriptSource& source, asIScriptEngine& engine, Diagnostics& diagnostics)
+      : source_(source),
+        folder_(fs::path(source.file).parent_path().string()),
+        engine_(engine),
+        diagnostics_(diagnostics) {}
 
   /// `asked`: the place to blame when the file cannot be read.
   void readFile(const std::string& path, const Diagnostic& asked) {
@@ -209,7 +212,7 @@ class SourceReader {
     SourceFile file{nameOf(path), path, {}, {}};
     open_.push_back(identity);
     for (const Include& include : Preparation(file, text, engine_, totals_, diagnostics_).run()) {
-      readFile(normalPath(joinPath(fs::path(path).parent_path().string(), include.name)),
+      readFile(findInclude(fs::path(path).parent_path().string(), include.name),
                {Diagnostic::Kind::Error, path, include.row, include.column, {}});
     }
     open_.pop_back();
@@ -230,18 +233,30 @@ class SourceReader {
     return error ? path : real.string();
   }
   std::string nameOf(const std::string& path) const {
-    return fs::path(path).lexically_relative(folder_).string();
+    const bool isOfLibrary = !source_.libraryFolder.empty() &&
+                             path.starts_with(source_.libraryFolder + '/') &&
+                             !path.starts_with(folder_ + '/');
+    return fs::path(path).lexically_relative(isOfLibrary ? source_.libraryFolder : folder_).string();
+  }
+  std::string findInclude(const std::string& folder, const std::string& name) const {
+    std::string beside = normalPath(joinPath(folder, name));
+    if (source_.libraryFolder.empty() || fileExists(beside)) return beside;
+    std::string inLibrary = normalPath(joinPath(source_.libraryFolder, name));
+    return fileExists(inLibrary) ? inLibrary : beside;
   }
 
   bool load(const std::string& path, const Diagnostic& asked, std::string& text) {
     try {
-      const std::uintmax_t size = fs::is_regular_file(path) ? fs::file_size(path) : 0;
+      const bool isGiven = source_.text.has_value() && files_.empty() && open_.empty();
+      const std::uintmax_t size = isGiven                     ? source_.text->size()
+                                  : fs::is_regular_file(path) ? fs::file_size(path)
+                                                              : 0;
       bytes_ += std::min(size, kMostBytes + 1);
       if (bytes_ > kMostBytes) {
         blame(asked, "the script is longer than 2 MiB, with what it includes");
         return false;
       }
-      text = readWholeFile(path);
+      text = isGiven ? *source_.text : readWholeFile(path);
       return true;
     } catch (const std::exception& error) {
       const bool isFirst = asked.row == 0;
@@ -250,6 +265,7 @@ class SourceReader {
     }
   }
 
+  const ScriptSource& source_;
   const std::string folder_;
   asIScriptEngine& engine_;
   Diagnostics& diagnostics_;
@@ -272,10 +288,10 @@ int SourceFile::columnInFile(int row, int column) const {
   return column - inserted;
 }
 
-std::vector<SourceFile> readSource(const std::string& file, asIScriptEngine& engine,
+std::vector<SourceFile> readSource(const ScriptSource& source, asIScriptEngine& engine,
                                    Diagnostics& diagnostics) {
-  SourceReader reader(fs::path(file).parent_path().string(), engine, diagnostics);
-  reader.readFile(file, {Diagnostic::Kind::Error, file, 0, 0, {}});
+  SourceReader reader(source, engine, diagnostics);
+  reader.readFile(source.file, {Diagnostic::Kind::Error, source.file, 0, 0, {}});
   return reader.take();
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "host/script/compiler.h"
 #include "host/script/diagnostics.h"
 #include "host/script/engine.h"
 
@@ -12,7 +13,8 @@ namespace host {
 
 /// One source file, ready for the compiler: rows are those of the file.
 struct SourceFile {
-  std::string name;  ///< as seen from the folder of the first file, so that byte code does not depend on it
+  std::string name;  ///< as seen from the folder of the first file or the library, so that byte code does
+                     ///< not depend on them
   std::string path;  ///< for the user
   std::string text;
   /// Words that stand in `text` but not in the file: row, column in `text`, bytes.
@@ -29,7 +31,7 @@ struct SourceFile {
 
 /// Reads a script with everything it includes. What is wrong goes to `diagnostics`; if anything is, the
 /// answer must not be compiled. Takes includes out of the text and gives names to enumerations without one.
-std::vector<SourceFile> readSource(const std::string& file, asIScriptEngine& engine,
+std::vector<SourceFile> readSource(const ScriptSource& source, asIScriptEngine& engine,
                                    Diagnostics& diagnostics);
 
 }  // namespace host

@@ -44,7 +44,7 @@ std::string encode(const Compilation& compilation) {
 }
 
 std::string encode(const RunResult& result) {
-  return packed(json::array({result.refusal, result.failure, packedItem(result.menus)}));
+  return packed(json::array({result.refusal, result.failure, packedItem(result.menus), result.lines}));
 }
 
 Compilation decodeCompilation(std::string_view bytes) {
@@ -53,7 +53,7 @@ Compilation decodeCompilation(std::string_view bytes) {
 
 RunResult decodeRunResult(std::string_view bytes) {
   return unpacked(bytes, [](const json& value) {
-    return RunResult{value.at(0), value.at(1), unpackedItem(value.at(2))};
+    return RunResult{value.at(0), value.at(1), unpackedItem(value.at(2)), value.at(3)};
   });
 }
 

@@ -14,6 +14,7 @@ struct RunResult {
   std::string refusal;  ///< why the compiled script must not be used; empty: it ran
   std::string failure;  ///< what ended the run; empty: nothing did
   MenuItem menus;
+  std::vector<std::string> lines;  ///< that it printed
 };
 
 std::string encode(const Compilation& compilation);

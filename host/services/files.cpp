@@ -21,6 +21,8 @@ namespace {
   throw std::system_error(errno, std::generic_category(), name);
 }
 
+constexpr int64_t kBlockSize = 65536;
+
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
 /// In the same folder, and short: a name that fits there leaves no room for an addition.
@@ -97,6 +99,8 @@ void FileStream::abandon() {
   descriptor_ = -1;
   failure_.clear();
   pending_.reset();
+  block_.clear();
+  blockNext_ = 0;
 }
 
 bool FileStream::openForReading(const std::string& name) {
@@ -139,17 +143,39 @@ bool FileStream::close() {
   return !failure_;
 }
 
-int64_t FileStream::read(void* buffer, int64_t count) {
+int64_t FileStream::readDirectly(char* buffer, int64_t count) const {
   int64_t total = 0;
   while (total < count) {
-    const ssize_t got =
-        ::read(descriptor_, static_cast<char*>(buffer) + total, static_cast<size_t>(count - total));
+    const ssize_t got = ::read(descriptor_, buffer + total, static_cast<size_t>(count - total));
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) return -1;
     if (got == 0) break;
     total += got;
   }
   return total;
+}
+
+int64_t FileStream::takeFromBlock(char* buffer, int64_t count) {
+  const int64_t taken = std::min(count, static_cast<int64_t>(block_.size() - blockNext_));
+  std::copy_n(block_.begin() + static_cast<std::ptrdiff_t>(blockNext_), taken, buffer);
+  blockNext_ += static_cast<size_t>(taken);
+  return taken;
+}
+
+int64_t FileStream::read(void* buffer, int64_t count) {
+  if (count <= 0) return 0;
+  char* bytes = static_cast<char*>(buffer);
+  int64_t total = takeFromBlock(bytes, count);
+  if (total == count) return total;
+  if (count - total >= kBlockSize) {
+    const int64_t got = readDirectly(bytes + total, count - total);
+    return got < 0 ? -1 : total + got;
+  }
+  block_.resize(kBlockSize);
+  blockNext_ = 0;
+  const int64_t got = readDirectly(block_.data(), kBlockSize);
+  block_.resize(static_cast<size_t>(std::max<int64_t>(got, 0)));
+  return got < 0 ? -1 : total + takeFromBlock(bytes + total, count - total);
 }
 
 bool FileStream::write(const void* buffer, int64_t count) {

@@ -53,9 +53,15 @@ class FileStream {
 
  private:
   void abandon();
+  /// From the descriptor, past the block.
+  int64_t readDirectly(char* buffer, int64_t count) const;
+  /// What is left of the block, up to `count` bytes.
+  int64_t takeFromBlock(char* buffer, int64_t count);
 
   int descriptor_ = -1;
-  std::error_code failure_;  ///< the first thing that went wrong
+  std::vector<char> block_;    ///< read ahead: tools read byte by byte
+  std::size_t blockNext_ = 0;  ///< the first byte of it that nobody has taken
+  std::error_code failure_;    ///< the first thing that went wrong
   std::unique_ptr<PendingFile> pending_;
 };
 

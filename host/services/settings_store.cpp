@@ -6,72 +6,16 @@
 
 #include <filesystem>
 
+#include "host/services/container_json.h"
 #include "host/services/files.h"
 #include "host/services/json.h"
 #include "host/services/paths.h"
-#include "host/services/text.h"
 
 namespace host {
 
 using Json = nlohmann::json;
 
 namespace {
-
-constexpr int kDeepest = 64;
-
-// Text is written with escapes of our own, since JSON cannot carry every sequence of 16-bit codes, nor every
-// file name.
-std::string textOf(const std::u16string& text) { return encodeText(text, Encoding::AsciiEscaped); }
-std::u16string readText(const Json& json) {
-  return decodeText(json.get_ref<const std::string&>(), Encoding::AsciiEscaped);
-}
-
-Json toJson(const Container& container);
-
-Json toJson(const Value& value) {
-  struct Writer {
-    Json operator()(bool truth) const { return {{"type", "bool"}, {"value", truth}}; }
-    Json operator()(int32_t integer) const { return {{"type", "integer"}, {"value", integer}}; }
-    Json operator()(double real) const { return {{"type", "real"}, {"value", real}}; }
-    Json operator()(const std::u16string& text) const {
-      return {{"type", "string"}, {"value", textOf(text)}};
-    }
-    Json operator()(const PathValue& path) const {
-      return {{"type", "filename"}, {"value", textOf(fromUtf8(path.bytes))}};
-    }
-    Json operator()(const NestedContainer& nested) const {
-      return {{"type", "container"}, {"value", toJson(nested.get())}};
-    }
-  };
-  return std::visit(Writer{}, value);
-}
-
-Json toJson(const Container& container) {
-  Json json = Json::object();
-  for (const auto& [id, value] : container.values()) json[std::to_string(id)] = toJson(value);
-  return json;
-}
-
-Container containerOf(const Json& json, int depth);
-
-Value valueOf(const Json& json, int depth) {
-  const auto& type = json.at("type").get_ref<const std::string&>();
-  const Json& value = json.at("value");
-  if (type == "bool") return value.get<bool>();
-  if (type == "integer") return value.get<int32_t>();
-  if (type == "real") return value.is_null() ? 0.0 : value.get<double>();
-  if (type == "string") return readText(value);
-  if (type == "filename") return PathValue{toUtf8(readText(value))};
-  if (type == "container") return NestedContainer(containerOf(value, depth + 1));
-  throw std::runtime_error("unknown type '" + type + "'");
-}
-
-Container containerOf(const Json& json, int depth) {
-  if (depth > kDeepest || !json.is_object()) throw std::runtime_error("not a container");
-  Container container;
-  for (const auto& [id, value] : json.items()) container.set(std::stoi(id), valueOf(value, depth));
-  return container;
-}
 
 /// Holds the lock file for the length of a scope; without one, writes are not kept apart, but go on.
 class FileLock {
@@ -119,7 +63,7 @@ std::optional<Container> SettingsStore::load(int32_t pluginId) const {
     const Json json = readStore(file_);
     const auto found = json.find(std::to_string(pluginId));
     if (found == json.end()) return std::nullopt;
-    return containerOf(*found, 0);
+    return containerFromJson(*found);
   } catch (const std::exception& error) {
     warn_("the settings in '" + file_ + "' cannot be read: " + error.what());
     return std::nullopt;
@@ -136,7 +80,7 @@ bool SettingsStore::store(int32_t pluginId, const Container& settings) {
     } catch (const std::exception&) {
       warn_("the settings file was damaged and is kept as '" + keepAside(file_) + "'");
     }
-    json[std::to_string(pluginId)] = toJson(settings);
+    json[std::to_string(pluginId)] = containerToJson(settings);
     writeWholeFile(file_, json.dump(2) + "\n");
     unsaved_.erase(pluginId);
     return true;

@@ -38,9 +38,7 @@ HostContainer* ScriptGetData(HostScript* script) {
 
 HostBool SaveScriptFile(int32_t, HostScript* script, const HostFileName* name, int32_t typeCode) {
   if (typeCode != HOST_SCRIPT_TYPE) return 0;
-  if (g_scriptLists->save(behind(script), name->path)) return 1;
-  services().runLog.fileFailed();
-  return 0;
+  return g_scriptLists->save(behind(script), name->path) ? 1 : 0;
 }
 
 }  // namespace
