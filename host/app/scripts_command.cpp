@@ -53,14 +53,12 @@ std::string describeLanguage(const Script& script, int32_t language) {
 }
 
 Script* findScript(HeadlessHost& host, const std::string& name) {
-  for (const ScriptKind kind : kKinds) {
-    for (Script& script : host.scripts().list(kind).scripts) {
-      if (script.name == name) return &script;
-    }
+  Script* script = host.scripts().find(name);
+  if (script == nullptr) {
+    host.services().console.printError("There is no script '" + visible(name) +
+                                       "' that can be used; 'vesta scripts' lists them.");
   }
-  host.services().console.printError("There is no script '" + visible(name) +
-                                     "'; 'vesta scripts' lists them.");
-  return nullptr;
+  return script;
 }
 
 /// Lines of any bytes, so that they cannot steer the terminal.

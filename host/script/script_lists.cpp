@@ -39,11 +39,8 @@ ScriptList& ScriptLists::list(ScriptKind kind) {
 ScriptList ScriptLists::load(ScriptKind kind) {
   ScriptList list;
   for (const auto& [name, files] : findFiles(folder(kind))) {
-    Script script;
-    script.name = name;
-    script.kind = kind;
-    script.file = files.object.empty() ? files.source : files.object;
-    if (read(script)) list.scripts.push_back(std::move(script));
+    std::optional<Script> script = read(name, kind, files);
+    if (script) list.scripts.push_back(std::move(*script));
   }
   for (std::size_t i = 1; i < list.scripts.size(); ++i) list.scripts[i - 1].next = &list.scripts[i];
   return list;
@@ -75,7 +72,26 @@ void ScriptLists::addFile(FilesByName& found, const std::string& file) {
   if (place.empty()) place = file;
 }
 
-bool ScriptLists::read(Script& script) {
+Script* ScriptLists::find(const std::string& name) {
+  found_.reset();
+  for (const ScriptKind kind : {ScriptKind::User, ScriptKind::Shipped}) {
+    const FilesByName files = findFiles(folder(kind));
+    const auto named = files.find(name);
+    if (!found_ && named != files.end()) found_ = read(name, kind, named->second);
+  }
+  return found_ ? &*found_ : nullptr;
+}
+
+std::optional<Script> ScriptLists::read(const std::string& name, ScriptKind kind, const Files& files) {
+  Script script;
+  script.name = name;
+  script.kind = kind;
+  script.file = files.object.empty() ? files.source : files.object;
+  if (!fill(script)) return std::nullopt;
+  return script;
+}
+
+bool ScriptLists::fill(Script& script) {
   try {
     if (hasSuffix(script.file, kObjectSuffix)) {
       unpackObject(readObjectFile(script.file), script);

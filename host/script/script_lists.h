@@ -40,6 +40,9 @@ class ScriptLists {
   /// Writes a script as an object file, whole or not at all, and makes its folder where that is missing.
   /// False: it was told why not.
   bool save(const Script& script, const std::string& file);
+  /// The script of that name, the user's if there are two; null when there is none that can be used. Reads
+  /// that one only; lent until the next call.
+  Script* find(const std::string& name);
   /// Runs a script, which is compiled once more when its code is that of another version of the program.
   ScriptRun run(Script& script, const std::vector<std::string>& arguments);
 
@@ -54,12 +57,14 @@ class ScriptLists {
   ScriptList load(ScriptKind kind);
   FilesByName findFiles(const std::string& folder);
   void addFile(FilesByName& found, const std::string& file);
-  /// Fills a script from its file. False: it was told why not.
-  bool read(Script& script);
+  /// A script from its file; none, when it was told why not.
+  std::optional<Script> read(const std::string& name, ScriptKind kind, const Files& files);
+  bool fill(Script& script);
   bool compile(Script& script);
 
   ScriptPlaces places_;
   std::array<std::optional<ScriptList>, 2> lists_;
+  std::optional<Script> found_;
 };
 
 }  // namespace host
