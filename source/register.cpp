@@ -1,5 +1,6 @@
 #include "register.h"
 
+#include "localize/localize.h"
 #include "lumicheck/Lumicheck.h"
 
 namespace outfitter {
@@ -11,6 +12,7 @@ struct Registration {
 };
 
 constexpr Registration kRegistrations[] = {
+    {RegisterScriptStrings, false},
     {RegisterLumicheck, true},
 };
 

@@ -22,11 +22,9 @@ class ContainerAccess {
     Host().containers.ContainerGetFileName(handle(), result.Get(), id);
     return result;
   }
-  /// The string under `id`; empty when there is none.
-  String GetString(int32_t id) const {
-    String result;
-    Host().containers.ContainerGetString(handle(), result.Get(), id, nullptr);
-    return result;
+  /// Sets `result` to the string under `id`, to nothing when there is none.
+  bool GetString(int32_t id, String& result) const {
+    return Host().containers.ContainerGetString(handle(), result.Get(), id, nullptr) != 0;
   }
   bool SetBool(int32_t id, bool value) {
     return Host().containers.ContainerSetBool(handle(), id, value ? 1 : 0) != 0;

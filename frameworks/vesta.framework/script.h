@@ -11,11 +11,8 @@ class ScriptView {
   explicit ScriptView(HostScript* script) : script_(script) {}
   explicit operator bool() const { return script_ != nullptr; }
 
-  String GetName() const {
-    String name;
-    Host().scripts.ScriptGetName(script_, name.Get());
-    return name;
-  }
+  /// Sets `name` to the name that the script is found by.
+  bool GetName(String& name) const { return Host().scripts.ScriptGetName(script_, name.Get()) != 0; }
   /// The script's data; may be none.
   ContainerView GetData() const { return ContainerView(Host().scripts.ScriptGetData(script_)); }
   /// Writes the script as an object file. The host tells the user of what it cannot write.

@@ -48,9 +48,10 @@ class String {
     Host().strings.StringSub(Get(), result.Get(), start, count);
     return result;
   }
-  bool Append(const String& other) {
-    return Host().strings.StringInsert(Get(), Length(), other.Get(), 0, HOST_ALL) != 0;
+  bool Insert(int32_t position, const String& other) {
+    return Host().strings.StringInsert(Get(), position, other.Get(), 0, HOST_ALL) != 0;
   }
+  bool Append(const String& other) { return Insert(Length(), other); }
   String& operator+=(const String& other) {
     Append(other);
     return *this;
@@ -58,6 +59,12 @@ class String {
 
   /// The text as bytes. False, with `bytes` empty, when the host could not convert it.
   bool ToBytes(std::string& bytes, int32_t encoding = HOST_ENCODING_UTF8) const;
+
+  /// Writes the text and a zero byte into `buffer` of `size` bytes, cut where it does not fit. Answers the
+  /// number of bytes before the zero, -1 when the host could not convert it.
+  int32_t ToBuffer(char* buffer, int32_t size, int32_t encoding) const {
+    return Host().strings.StringToCString(Get(), buffer, size, encoding);
+  }
 
   HostString* Get() const { return string_.Get(); }
 

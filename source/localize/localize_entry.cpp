@@ -38,6 +38,8 @@ ParsedEntry ParseEntry(std::u16string_view line) {
   for (std::size_t i = kTagLength; i < line.size(); ++i) {
     if (line[i] == u'"') {
       ++entry.quotes;
+      if (entry.quotes == 1) entry.identifierStart = i + 1;
+      if (entry.quotes == 3) entry.textStart = i + 1;
     } else if (entry.quotes == 1) {
       entry.identifier += line[i];
     } else if (entry.quotes == 3) {

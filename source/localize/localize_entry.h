@@ -46,6 +46,8 @@ struct ParsedEntry {
   EntryKind kind = EntryKind::Name;
   std::u16string identifier;  ///< the name of the script as the host shows it
   std::u16string text;
+  std::size_t identifierStart = 0;  ///< where in the line they begin; each is one piece of it
+  std::size_t textStart = 0;
   int quotes = 0;  ///< how many double quotes the line holds; a whole entry has four
 };
 
