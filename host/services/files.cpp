@@ -65,6 +65,8 @@ bool leadsAround(const fs::path& folder, const fs::path& entry) {
 }  // namespace
 
 PendingFile::PendingFile(const std::string& name) {
+  // The system would take what stands before it for the whole name.
+  if (name.find('\0') != std::string::npos) throw std::system_error(EINVAL, std::generic_category(), name);
   std::error_code error;
   const fs::path real = fs::weakly_canonical(name, error);
   place_ = error || name.empty() ? name : real.string();
