@@ -18,6 +18,7 @@ HeadlessHost::HeadlessHost(HostOptions options, ConsoleView& view)
   setServices(&services_);
   setScriptLists(&scripts_);
   dialogs_.attach(&services_);
+  services_.scriptNames = [this] { return scripts_.names(); };
 }
 
 HeadlessHost::~HeadlessHost() {

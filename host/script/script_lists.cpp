@@ -36,6 +36,14 @@ ScriptList& ScriptLists::list(ScriptKind kind) {
   return *list;
 }
 
+std::vector<std::string> ScriptLists::names() {
+  std::vector<std::string> names;
+  for (const ScriptKind kind : {ScriptKind::User, ScriptKind::Shipped}) {
+    for (const Script& script : list(kind).scripts) names.push_back(script.name);
+  }
+  return names;
+}
+
 ScriptList ScriptLists::load(ScriptKind kind) {
   ScriptList list;
   for (const auto& [name, files] : findFiles(folder(kind))) {

@@ -37,6 +37,8 @@ class ScriptLists {
   /// The scripts of a kind, read when they are asked for first; lent as long as this lives. What cannot be
   /// used is told and left out.
   ScriptList& list(ScriptKind kind);
+  /// The names of the scripts of both kinds.
+  std::vector<std::string> names();
   /// Writes a script as an object file, whole or not at all, and makes its folder where that is missing.
   /// False: it was told why not.
   bool save(const Script& script, const std::string& file);

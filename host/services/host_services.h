@@ -1,6 +1,7 @@
 #pragma once
 // Everything a host has, in one place: what the tables reach when the module calls.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -54,6 +55,9 @@ struct HostServices {
   RunLog runLog;
   std::vector<WorkerThread*> threads;  ///< that modules hold
   std::vector<Dialog*> openDialogs;    ///< they receive core messages; the last one is on top
+
+  /// The names of all scripts that the host keeps, in UTF-8; reads them when it is asked first.
+  std::function<std::vector<std::string>()> scriptNames = [] { return std::vector<std::string>(); };
 
   std::string tiffCompressionName = "lzw";
   int32_t renderThreads = 0;
