@@ -117,13 +117,18 @@ TEST(Entry, AFailedRegistrationFreesTheCommandAndFailsTheStartIfRequired) {
     Watch watch(host::hostTables());
     watch.countOnly("RegisterPlugin");
     watch.failAt(failing);
-    const size_t count = TestHost({.tables = &watch.tables()}).services().commands.commands().size();
+    int count = -1;  // the start failed
+    try {
+      TestHost host({.tables = &watch.tables()});
+      count = static_cast<int>(host.services().commands.commands().size());
+    } catch (const host::ModuleError&) {
+    }
     EXPECT_EQ(watch.problems(), std::vector<std::string>{});
-    return static_cast<int>(count);
+    return count;
   };
   const int last = registeredWithout(-1) - 1;
   for (int other = 0; other < last; ++other) EXPECT_EQ(registeredWithout(other), last) << other;
-  EXPECT_THROW(registeredWithout(last), host::ModuleError);
+  EXPECT_EQ(registeredWithout(last), -1);
 }
 
 struct CommandLineCase {
