@@ -119,28 +119,16 @@ TEST(LocatorLiterals, TellsWhereALiteralIs) {
   EXPECT_EQ(places, "1:1 4:2 4:6 6:3 ");
 }
 
-/// A line of many texts: the lists of their lines are long, but searching it is not.
-TEST(LocatorLiterals, LooksAtEveryByteAFixedNumberOfTimes) {
-  std::string source;
-  while (source.size() < (8U << 20)) source += "\"text\",";
-  size_t found = 0;
-  outfitter::FindLiterals(source, outfitter::IsHeaderName, [&](const outfitter::FoundLiteral& literal) {
-    found += literal.line.data() == source.data() ? 1 : 0;
-    return true;
-  });
-  EXPECT_EQ(found, source.size() / 7);
-}
-
 /// The command in the real host, with a home of its own.
 class Locator : public testing::Test {
  protected:
-  Locator() : before_(std::getenv("HOME")) { setHome(home); }
+  Locator() {
+    if (const char* before = std::getenv("HOME")) before_ = before;
+    fs::create_directory(home);
+    setenv("HOME", home.c_str(), 1);
+  }
   ~Locator() override { setenv("HOME", before_.c_str(), 1); }
 
-  static void setHome(const fs::path& folder) {
-    fs::create_directories(folder);
-    setenv("HOME", folder.c_str(), 1);
-  }
   static bool locate(TestHost& host, const fs::path& folder) {
     host::DialogScript script;
     script.selections = {folder.string()};
@@ -156,7 +144,7 @@ class Locator : public testing::Test {
     writeText(sources / "d.h", "");
   }
 
-  const std::string before_;
+  std::string before_;
   const TempFolder folder;
   const fs::path home = folder / "home";
   const fs::path sources = folder / "sources";

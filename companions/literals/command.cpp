@@ -1,6 +1,7 @@
 // `vesta literals`: the texts of a source tree with their places, and whether there are new ones.
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "companions/literals/baseline.h"
 #include "companions/literals/listing.h"
@@ -67,9 +68,24 @@ class LiteralsCommand : public host::Companion {
       if (!baselineFile_.empty() || !newBaselineFile_.empty()) present_.emplace(text.written);
       if (known_.find(text.written) != known_.end()) return;
       if (wantsJson()) jsonListing_.add(text);
-      if (listsTexts()) console.print(placeLine(text));
+      if (listsTexts()) list(console, placeLine(text));
     };
-    return findTexts(folder, take, host::interruptRequested);
+    const SearchedFiles files = findTexts(folder, take, host::interruptRequested);
+    showLines(console);
+    return files;
+  }
+
+  /// The console shows what it is given at once, which for every line on its own takes longer than the
+  /// search.
+  void list(host::Console& console, const std::string& line) {
+    constexpr size_t kBlock = 65536;
+    if (!lines_.empty()) lines_ += '\n';
+    lines_ += line;
+    if (lines_.size() > kBlock) showLines(console);
+  }
+
+  void showLines(host::Console& console) {
+    if (!lines_.empty()) console.print(std::exchange(lines_, {}));
   }
 
   int finish(host::Console& console, const std::string& folder, const SearchedFiles& files) {
@@ -140,6 +156,7 @@ class LiteralsCommand : public host::Companion {
   Texts known_;    ///< to the baseline
   Texts present_;  ///< in the sources; kept only where a baseline is read or written
   size_t literals_ = 0;
+  std::string lines_;  ///< that wait to be shown
   JsonListing jsonListing_;
 } g_command;
 

@@ -130,8 +130,9 @@ class SourceWalk {
 
   /// The host decides what a suffix is.
   bool IsHeaderForHost(std::string_view literal) const {
-    // More bytes than that are no file name, and more than a host counts in its strings.
-    if (literal.size() > kMostBytes) return IsHeaderName(literal);
+    // No system has file names that long, and the host would hold such a literal several times over.
+    constexpr size_t kLongestName = 65536;
+    if (literal.size() > kLongestName) return IsHeaderName(literal);
     String text;
     text.Set(literal.data(), static_cast<uint32_t>(literal.size()), HOST_ENCODING_BYTES);
     return FileName(text).HasSuffix(h_);
