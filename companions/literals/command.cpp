@@ -70,7 +70,7 @@ class LiteralsCommand : public host::Companion {
       if (wantsJson()) jsonListing_.add(text);
       if (listsTexts()) list(console, placeLine(text));
     };
-    const SearchedFiles files = findTexts(folder, take, host::interruptRequested);
+    SearchedFiles files = findTexts(folder, take, host::interruptRequested);
     showLines(console);
     return files;
   }
