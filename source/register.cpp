@@ -2,6 +2,7 @@
 
 #include "localize/localize.h"
 #include "lumicheck/Lumicheck.h"
+#include "makedistri/translatorlocator.h"
 
 namespace outfitter {
 namespace {
@@ -12,6 +13,7 @@ struct Registration {
 };
 
 constexpr Registration kRegistrations[] = {
+    {RegisterTranslatorLocator, false},
     {RegisterScriptStrings, false},
     {RegisterLumicheck, true},
 };

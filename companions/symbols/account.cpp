@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "companions/symbols/file_tokens.h"
+#include "companions/walk.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
 #include "host/services/text.h"
@@ -34,19 +35,16 @@ class HeaderSearch {
 
   void search(const std::string& folder, size_t number) {
     if (!host::folderExists(folder)) return;
-    try {
-      for (const host::ListedEntry& entry : host::listFolder(folder)) {
-        const std::string path = host::joinPath(folder, entry.name);
-        if (entry.isFolder) {
-          if (!IsSkippedFolder(entry.name)) search(path, number);
-        } else if (host::hasSuffix(entry.name, "H") && !IsSkippedHeader(entry.name)) {
-          headers_.push_back(
-              {HeaderRank(entry.name), host::fromUtf8(entry.name), number, host::fromUtf8(path), path});
-        }
-      }
-    } catch (const std::system_error& error) {
-      account_.unreadable.push_back({folder, host::reasonOf(error)});
-    }
+    WalkVisitor visitor;
+    visitor.entersFolder = [](const std::string& leaf) { return !IsSkippedFolder(leaf); };
+    visitor.takeFile = [&](const std::string& path, const std::string& leaf) {
+      if (host::hasSuffix(leaf, "H") && !IsSkippedHeader(leaf))
+        headers_.push_back({HeaderRank(leaf), host::fromUtf8(leaf), number, host::fromUtf8(path), path});
+    };
+    visitor.folderFailed = [&](const std::string& failed, const std::string& reason) {
+      account_.unreadable.push_back({failed, reason});
+    };
+    walkTree(folder, visitor);
   }
 
   /// In the order in which they are read.
