@@ -1,5 +1,6 @@
 #include "register.h"
 
+#include "crash/crashobject.h"
 #include "localize/localize.h"
 #include "lumicheck/Lumicheck.h"
 
@@ -12,6 +13,7 @@ struct Registration {
 };
 
 constexpr Registration kRegistrations[] = {
+    {RegisterCrashTest, true},
     {RegisterScriptStrings, false},
     {RegisterLumicheck, true},
 };

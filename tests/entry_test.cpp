@@ -98,22 +98,28 @@ TEST(Entry, RegistersItsCommandsWhenTheSwitchIsOn) {
   {
     TestHost on;
     const auto& commands = on.services().commands.commands();
-    ASSERT_EQ(commands.size(), 1U);
-    EXPECT_EQ(commands[0]->id, 1001198);
-    EXPECT_EQ(commands[0]->name, "Lumicheck");
-    EXPECT_EQ(commands[0]->help, "");
-    EXPECT_TRUE(commands[0]->isEnabled());
+    std::string listed;
+    for (const auto& command : commands) {
+      listed += std::to_string(command->id) + " " + command->name + " (" + command->help + ")\n";
+      EXPECT_TRUE(command->isEnabled()) << command->name;
+    }
+    EXPECT_EQ(listed,
+              "1022343 Crash Vesta (Crash Vesta)\n1001192 Import Script Strings ()\n"
+              "1001193 Export Script Strings ()\n1001198 Lumicheck ()\n");
   }
   TestHost off({.toolsOn = false});
   EXPECT_TRUE(off.services().commands.commands().empty());
 }
 
 TEST(Entry, AFailedRegistrationFailsTheStartAndFreesTheCommand) {
-  Watch watch(host::hostTables());
-  watch.countOnly("RegisterPlugin");
-  watch.failAt(0);
-  EXPECT_THROW(TestHost({.tables = &watch.tables()}), host::ModuleError);
-  EXPECT_EQ(watch.problems(), std::vector<std::string>{});
+  constexpr int kCrashTest = 0, kLumicheck = 3;
+  for (const int call : {kCrashTest, kLumicheck}) {
+    Watch watch(host::hostTables());
+    watch.countOnly("RegisterPlugin");
+    watch.failAt(call);
+    EXPECT_THROW(TestHost({.tables = &watch.tables()}), host::ModuleError) << call;
+    EXPECT_EQ(watch.problems(), std::vector<std::string>{}) << call;
+  }
 }
 
 struct CommandLineCase {

@@ -40,7 +40,9 @@ TEST_F(Distribution, BuildsWhatIsShippedAndSaysWhenAHeaderChanged) {
   EXPECT_TRUE(shipped.find("\nHOST_COMMAND_LUMICHECK=1001198,\n") != std::string::npos);
 
   const Ended menu = inApp({"menu"});
-  EXPECT_EQ(menu.out, "Tests\n  Lumicheck\t1001198\n");
+  EXPECT_EQ(menu.out,
+            "Tests\n  Lumicheck\t1001198\n  ---\n  Crash Vesta\t1022343\n"
+            "Strings\n  Import Script Strings\t1001192\n  Export Script Strings\t1001193\n");
   EXPECT_EQ(menu.err, "") << "the compiled script is used";
 
   writeText(app / "frameworks/vesta.framework/more.h", "#define MORE 1\n");
