@@ -124,9 +124,14 @@ ReportFile makeReport(const char* folder, std::time_t now) {
   makeFolder(folder);
   for (int attempt = 1; attempt <= kMostOfOneSecond; ++attempt) {
     PathBuilder path(report.path);
-    if (!appendName(path, folder, now, attempt)) break;
+    if (!appendName(path, folder, now, attempt)) {
+      report.reason = "its name is too long";
+      break;
+    }
     report.descriptor = open(report.path.data(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (report.descriptor >= 0 || errno != EEXIST) break;
+    if (report.descriptor >= 0) break;
+    report.reason = strerrordesc_np(errno);
+    if (errno != EEXIST) break;
   }
   return report;
 }

@@ -197,7 +197,7 @@ void tellUser() {
   if (g_file.descriptor >= 0) {
     out << "; the report is in " << OneLine{g_file.path.data()} << "\n";
   } else {
-    out << "; no report could be written to " << OneLine{g_folder[0] != '\0' ? g_folder.data() : "a folder"}
+    out << "; here is the report, for " << OneLine{g_folder.data()} << " takes none: " << g_file.reason
         << "\n";
   }
 }
