@@ -22,6 +22,7 @@
 #include "host/app/crash_folder.h"
 #include "host/app/crash_place.h"
 #include "host/app/crash_signal.h"
+#include "host/app/crash_symbols.h"
 #include "host/app/crash_trace.h"
 #include "host/app/crash_writer.h"
 #include "host/services/fatal_signals.h"
@@ -103,6 +104,8 @@ void writeProgram(CrashWriter& out) {
 void writeLines(CrashWriter& out) {
   static constinit std::array<char, kLongestNotedLine> text{};
   out << "Last lines that the user was told, the newest last:\n";
+  std::size_t none = 0;
+  if (!readNotedLine(0, text.data(), none)) out << "  none\n";
   for (std::size_t back = kNotedLines; back-- > 0;) {
     std::size_t length = 0;
     if (readNotedLine(back, text.data(), length)) out << "  " << OneLine{{text.data(), length}} << "\n";
@@ -110,22 +113,36 @@ void writeLines(CrashWriter& out) {
   out << "\n";
 }
 
-void writeTrace(CrashWriter& out) {
-  out << "Back trace, the newest call first, as MODULE+OFFSET in its file:\n";
-  for (std::size_t i = 0; i < g_trace.size(); ++i) {
-    if (i == CrashTrace::kNewest && g_trace.leftOut() > 0) {
-      out << "  ... " << g_trace.leftOut() << " calls are left out\n";
+void writeCall(CrashWriter& out, const TracedCall& call) {
+  static constinit SymbolName name{};
+  out << "  #" << call.number << " ";
+  writePlace(out, call.address);
+  if (const CodePlace place = findCode(call.address)) {
+    if (const std::string_view function = functionAt(place, call.address, name); !function.empty()) {
+      out << " " << OneLine{function};
     }
-    out << "  #" << g_trace.numberOf(i) << " ";
-    writePlace(out, g_trace[i]);
-    out << "\n";
+  }
+  if (call.times > 1) out << " (" << call.times << " times)";
+  out << "\n";
+}
+
+void writeTrace(CrashWriter& out) {
+  out << "Back trace, the newest call first, as MODULE+OFFSET in its file and the linker's name of the "
+         "function\n"
+         "(c++filt reads these names):\n";
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < g_trace.size(); ++i) {
+    const TracedCall& call = g_trace[i];
+    if (call.number != next) out << "  ... " << call.number - next << " calls are left out\n";
+    next = call.number + call.times;
+    writeCall(out, call);
   }
   out << "\n";
 }
 
 bool isFirstOfModule(std::size_t index, const CodePlace& place) {
   for (std::size_t i = 0; i < index; ++i) {
-    if (findCode(g_trace[i]).start == place.start) return false;
+    if (findCode(g_trace[i].address).start == place.start) return false;
   }
   return true;
 }
@@ -133,7 +150,7 @@ bool isFirstOfModule(std::size_t index, const CodePlace& place) {
 template <typename Visit>
 void forEachModule(const Visit& visit) {
   for (std::size_t i = 0; i < g_trace.size(); ++i) {
-    const CodePlace place = findCode(g_trace[i]);
+    const CodePlace place = findCode(g_trace[i].address);
     if (place && isFirstOfModule(i, place)) visit(place);
   }
 }
@@ -162,8 +179,8 @@ void writeSourceLines(CrashWriter& out) {
   forEachModule([&](const CodePlace& module) {
     out << "  addr2line -Capfie " << ShellWord{module.module};
     for (std::size_t i = 0; i < g_trace.size(); ++i) {
-      const CodePlace place = findCode(g_trace[i]);
-      if (place.start == module.start) out << " " << Hex{g_trace[i] - place.base};
+      const CodePlace place = findCode(g_trace[i].address);
+      if (place.start == module.start) out << " " << Hex{g_trace[i].address - place.base};
     }
     out << "\n";
   });

@@ -96,30 +96,32 @@ void CrashTrace::collect(ucontext_t& context) {
   const ReturnFromNowhere atCaller(context);
   const uintptr_t start = programCounterOf(context);
   if (start != crashed) add(crashed);
-  unwind(start);
+  Unwinding unwinding{*this, start};
+  _Unwind_Backtrace(&Unwinding::onFrame, &unwinding);
   if (count_ == 0) add(crashed);
 }
 
-void CrashTrace::unwind(uintptr_t programCounter) {
-  Unwinding unwinding{*this, programCounter};
-  _Unwind_Backtrace(&Unwinding::onFrame, &unwinding);
+void CrashTrace::add(uintptr_t address) {
+  std::size_t number = 0;
+  if (count_ > 0) {
+    TracedCall& last = at(count_ - 1);
+    if (last.address == address) {
+      ++last.times;
+      return;
+    }
+    number = last.number + last.times;
+  }
+  at(count_++) = {address, number, 1};
 }
 
-void CrashTrace::add(uintptr_t address) {
-  if (count_ < kNewest) {
-    newest_[count_] = address;
-  } else {
-    oldest_[(count_ - kNewest) % kOldest] = address;
-  }
-  ++count_;
+TracedCall& CrashTrace::at(std::size_t count) {
+  return count < kNewest ? newest_[count] : oldest_[(count - kNewest) % kOldest];
 }
 
 std::size_t CrashTrace::size() const { return std::min(count_, kNewest + kOldest); }
 
-std::size_t CrashTrace::leftOut() const { return count_ - size(); }
-
-uintptr_t CrashTrace::operator[](std::size_t index) const {
-  return index < kNewest ? newest_[index] : oldest_[(index - kNewest + leftOut()) % kOldest];
+const TracedCall& CrashTrace::operator[](std::size_t index) const {
+  return index < kNewest ? newest_[index] : oldest_[(index - kNewest + count_ - size()) % kOldest];
 }
 
 void prepareUnwinding() { _Unwind_Backtrace(stopAtOnce, nullptr); }

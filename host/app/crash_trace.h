@@ -14,6 +14,13 @@ namespace host {
 uintptr_t programCounterOf(const ucontext_t& context);
 uintptr_t stackPointerOf(const ucontext_t& context);
 
+/// Calls at the same place, one right below the other.
+struct TracedCall {
+  uintptr_t address = 0;   ///< of the call; of the newest one the instruction where the thread was
+  std::size_t number = 0;  ///< of the newest of them: 0 is the newest of all
+  std::size_t times = 0;
+};
+
 /// The newest calls and the oldest ones: an endless recursion has too many to tell them all.
 class CrashTrace {
  public:
@@ -24,23 +31,18 @@ class CrashTrace {
   /// another stack.
   void collect(ucontext_t& context);
 
-  /// Those that are kept, the newest first.
+  /// How many are kept, the newest first.
   std::size_t size() const;
-  /// The address of an instruction: the first one is where the thread was, the others are calls.
-  uintptr_t operator[](std::size_t index) const;
-  /// The number of calls between the newest and the oldest ones that are kept.
-  std::size_t leftOut() const;
-  /// How many calls there are in all before `index`.
-  std::size_t numberOf(std::size_t index) const { return index < kNewest ? index : index + leftOut(); }
+  const TracedCall& operator[](std::size_t index) const;
 
  private:
   struct Unwinding;
   void add(uintptr_t address);
-  void unwind(uintptr_t programCounter);
+  TracedCall& at(std::size_t count);
 
-  std::array<uintptr_t, kNewest> newest_{};
-  std::array<uintptr_t, kOldest> oldest_{};  ///< a ring
-  std::size_t count_ = 0;
+  std::array<TracedCall, kNewest> newest_{};
+  std::array<TracedCall, kOldest> oldest_{};  ///< a ring
+  std::size_t count_ = 0;                     ///< kept or not
 };
 
 /// To be called once before anything crashes: what the unwinder does at its first use only.

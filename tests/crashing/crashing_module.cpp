@@ -23,6 +23,25 @@ int recurse(volatile int* above) {
   return recurse(here) + here[0];
 }
 
+int pong(volatile int* above);
+
+int ping(volatile int* above) {
+  volatile int here[64] = {};
+  here[0] = *above + 1;
+  return pong(here) + here[0];
+}
+
+int pong(volatile int* above) {
+  volatile int here[64] = {};
+  here[0] = *above - 1;
+  return ping(here) + here[0];
+}
+
+void overflowStackByTwo() {
+  volatile int start = 0;
+  ping(&start);
+}
+
 void overflowStack() {
   volatile int start = 0;
   recurse(&start);
@@ -84,7 +103,7 @@ HostBool addCommand(int32_t id, Crash crash) {
 
 HostBool start() {
   constexpr Crash kCrashes[] = {callNull,
-                                overflowStack,
+                                overflowStackByTwo,
                                 divideByZero,
                                 throwUncaught,
                                 loseStack,
