@@ -23,9 +23,9 @@ int recurse(volatile int* above) {
   return recurse(here) + here[0];
 }
 
-int pong(volatile int* above);
+__attribute__((noinline)) int pong(volatile int* above);
 
-int ping(volatile int* above) {
+__attribute__((noinline)) int ping(volatile int* above) {
   volatile int here[64] = {};
   here[0] = *above + 1;
   return pong(here) + here[0];
