@@ -213,9 +213,11 @@ void tellUser() {
   if (g_exception[0] != '\0') out << ", " << OneLine{g_exception.data()};
   if (g_file.descriptor >= 0) {
     out << "; the report is in " << OneLine{g_file.path.data()} << "\n";
-  } else {
+  } else if (g_folder[0] != '\0') {
     out << "; here is the report, for " << OneLine{g_folder.data()} << " takes none: " << g_file.reason
         << "\n";
+  } else {
+    out << "; here is the report:\n";
   }
 }
 
