@@ -1,5 +1,6 @@
 #include "register.h"
 
+#include "crash/crashobject.h"
 #include "localize/localize.h"
 #include "lumicheck/Lumicheck.h"
 #include "makedistri/translatorlocator.h"
@@ -13,6 +14,7 @@ struct Registration {
 };
 
 constexpr Registration kRegistrations[] = {
+    {RegisterCrashTest, true},
     {RegisterTranslatorLocator, false},
     {RegisterScriptStrings, false},
     {RegisterLumicheck, true},

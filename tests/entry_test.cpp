@@ -102,6 +102,7 @@ struct Registered {
 };
 /// In their order.
 constexpr Registered kRegistered[] = {
+    {1022343, "Crash Vesta", "Crash Vesta", true},
     {12432341, "#$63Translator Locator...", "", false},
     {1001192, "Import Script Strings", "", false},
     {1001193, "Export Script Strings", "", false},

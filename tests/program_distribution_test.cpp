@@ -41,8 +41,9 @@ TEST_F(Distribution, BuildsWhatIsShippedAndSaysWhenAHeaderChanged) {
 
   const Ended menu = inApp({"menu"});
   EXPECT_EQ(menu.out,
-            "Tests\n  Lumicheck\t1001198\nStrings\n  Import Script Strings\t1001192\n  Export Script "
-            "Strings\t1001193\n  ---\n  Translator Locator...\t12432341\n");
+            "Tests\n  Lumicheck\t1001198\n  ---\n  Crash Vesta\t1022343\n"
+            "Strings\n  Import Script Strings\t1001192\n  Export Script Strings\t1001193\n"
+            "  ---\n  Translator Locator...\t12432341\n");
   EXPECT_EQ(menu.err, "") << "the compiled script is used";
 
   writeText(app / "frameworks/vesta.framework/more.h", "#define MORE 1\n");

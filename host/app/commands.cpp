@@ -11,6 +11,7 @@
 #include "host/services/paths.h"
 #include "host/services/text.h"
 #include "host/services/threads.h"
+#include "host/services/work_notes.h"
 #include "vesta.framework/contract/command_ids.h"
 
 namespace host {
@@ -101,7 +102,11 @@ int executeCommand(HeadlessHost& host, const ExecuteRequest& request) {
   }
   const auto started = std::chrono::system_clock::now();
   host.dialogs().setScript(request.script);
-  int status = command->execute() ? kExitGood : kExitWrong;
+  int status = kExitGood;
+  {
+    const NoteScope inWork(Note::Command, std::to_string(command->id) + " " + shownName(command->name));
+    if (!command->execute()) status = kExitWrong;
+  }
   services.console.flush();
   for (const std::string& problem : host.dialogs().problems()) {
     services.console.printError(problem);

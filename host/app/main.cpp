@@ -14,6 +14,7 @@
 
 #include "host/app/commands.h"
 #include "host/app/companion.h"
+#include "host/app/crash_report.h"
 #include "host/app/exit_status.h"
 #include "host/app/host_options.h"
 #include "host/app/menu_command.h"
@@ -22,6 +23,7 @@
 #include "host/headless/terminal_view.h"
 #include "host/services/paths.h"
 #include "host/services/threads.h"
+#include "host/services/work_notes.h"
 
 namespace {
 
@@ -186,7 +188,10 @@ class Program {
     ModuleArguments arguments(invocation_.rest);
     const auto started = std::chrono::system_clock::now();
     const SymbolHeader symbols(services().options.appFolder);
-    host_.handleCommandLine(arguments.pointers());
+    {
+      const NoteScope inWork(Note::Command, "the tools' switches on the command line");
+      host_.handleCommandLine(arguments.pointers());
+    }
     services().console.flush();
     const bool builtDistribution = arguments.consumed("-createdistribution").has_value();
     if (builtDistribution) symbols.tellIfChanged(services().console);
@@ -380,6 +385,7 @@ bool isOutputLost() {
 
 int runProgram(const std::vector<std::string>& arguments) {
   HostInvocation invocation = readHostOptions(arguments);
+  setCrashFolder(joinPath(invocation.options.preferencesFolder, "crashes"));
   if (invocation.showVersion) {
     std::printf("Vesta %s\n", VESTA_VERSION);
     return kExitGood;
@@ -392,6 +398,7 @@ int runProgram(const std::vector<std::string>& arguments) {
 
 int main(int argc, char** argv) {
   openClosedStreams();
+  installCrashReports(argc, argv);
   installSignals();
   try {
     const int status = runProgram({argv + std::min(argc, 1), argv + argc});

@@ -24,6 +24,11 @@ std::string describeUnsupported(const SceneFile& sceneFile) {
 
 namespace {
 
+SceneFile load(const std::string& file) {
+  const NoteScope step(Note::Step, "loading");
+  return loadScene(file);
+}
+
 /// A tool takes the settings' word for the size of its bitmap.
 void requirePossibleSize(const Container& settings) {
   const int64_t width = settings.getInt32(render_setting::kWidth);
@@ -37,7 +42,8 @@ void requirePossibleSize(const Container& settings) {
 
 }  // namespace
 
-Document::Document(std::string file) : file_(std::move(file)), sceneFile_(loadScene(file_)) {
+Document::Document(std::string file)
+    : file_(std::move(file)), inWork_(Note::Document, file_), sceneFile_(load(file_)) {
   renderSettings_.set(render_setting::kRenderer, int32_t{0});
   renderSettings_.set(render_setting::kWidth, int32_t{800});
   renderSettings_.set(render_setting::kHeight, int32_t{600});

@@ -6,6 +6,7 @@
 
 #include "host/document/scene.h"
 #include "host/services/values.h"
+#include "host/services/work_notes.h"
 
 namespace host {
 
@@ -49,6 +50,7 @@ class Document {
   VideoPost& appendVideoPost(int32_t type, int32_t flags);
 
   std::string file_;
+  NoteScope inWork_;
   SceneFile sceneFile_;
   Container renderSettings_;
   std::list<VideoPost> videoPosts_;

@@ -1,5 +1,7 @@
 #include "host/render/renderer.h"
 
+#include <sys/prctl.h>
+
 #include <algorithm>
 #include <atomic>
 #include <future>
@@ -7,6 +9,7 @@
 
 #include "host/render/pixels.h"
 #include "host/render/texture.h"
+#include "host/services/signal_stack.h"
 
 namespace host {
 namespace {
@@ -32,7 +35,7 @@ class TileRun {
     std::vector<std::future<void>> others;
     for (int i = 1; i < std::min(threads, across_ * down_); ++i) {
       try {
-        others.push_back(std::async(std::launch::async, [this] { renderTiles(); }));
+        others.push_back(std::async(std::launch::async, [this] { help(); }));
       } catch (const std::system_error&) {
         break;  // the system has no thread left: those that run share the tiles
       }
@@ -44,6 +47,12 @@ class TileRun {
   }
 
  private:
+  void help() {
+    const SignalStack signalStack;
+    prctl(PR_SET_NAME, "render");
+    renderTiles();
+  }
+
   void renderTiles() {
     const DenormalsAsZero mode;
     for (int tile = next_++; tile < across_ * down_ && !stopped_; tile = next_++) renderTile(tile);

@@ -8,6 +8,7 @@
 
 #include "host/report/notes.h"
 #include "host/report/text.h"
+#include "host/services/signal_stack.h"
 
 namespace host {
 
@@ -143,6 +144,7 @@ void forEachInParallel(std::size_t count, const MeasureOptions& options,
   std::atomic<std::size_t> next = 0;
   std::atomic<bool> stopped = false;
   const auto run = [&] {
+    const SignalStack signalStack;
     for (std::size_t i = next++; i < count && !stopped; i = next++) {
       if (options.stopped()) {
         stopped = true;

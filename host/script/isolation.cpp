@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "host/script/diagnostics.h"
+#include "host/services/fatal_signals.h"
 
 namespace host {
 namespace {
@@ -65,6 +66,8 @@ void limitTheCopy() {
   const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
   if (nowhere >= 0) ::dup2(nowhere, STDERR_FILENO);
   std::signal(SIGPIPE, SIG_IGN);
+  // A crash here is an error of the script, told as such, and no crash of the host.
+  restoreFatalSignals();
 }
 
 [[noreturn]] void workInTheCopy(const std::function<std::string()>& work, const PipeEnd& out) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "host/services/work_notes.h"
+
 namespace host {
 namespace {
 
@@ -24,9 +26,27 @@ std::vector<std::string> takeLines(std::string& open, std::string_view piece) {
   return lines;
 }
 
+/// What waits for the main thread would otherwise be missing when a worker crashes.
+void noteEvent(const Event& event) {
+  const bool marked = !event.text.empty() && event.text[0] == kStatusLineMark;
+  switch (event.kind) {
+    case Event::Kind::ConsoleLine:
+    case Event::Kind::ErrorLine:
+    case Event::Kind::MessageBox:
+      noteLine(std::string_view(event.text).substr(marked ? 1 : 0));
+      break;
+    case Event::Kind::StatusBar:
+    case Event::Kind::StatusText:
+    case Event::Kind::StatusClear:
+    case Event::Kind::CoreMessage:
+      break;
+  }
+}
+
 }  // namespace
 
 void Console::send(Event event) {
+  noteEvent(event);
   if (std::this_thread::get_id() != mainThread_) {
     queue_.push(std::move(event));
     return;

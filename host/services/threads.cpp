@@ -5,6 +5,8 @@
 #include <string>
 #include <system_error>
 
+#include "host/services/signal_stack.h"
+
 namespace host {
 namespace {
 
@@ -51,6 +53,7 @@ bool WorkerThread::start() {
   };
   try {
     thread_ = std::thread([this, ended] {
+      const SignalStack signalStack;
       work_.main();
       ended();
     });

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstring>
 
+#include "host/services/work_notes.h"
 #include "host/tables/areas.h"
 #include "host/tables/door.h"
 #include "host/tables/handles.h"
@@ -58,6 +59,7 @@ HostBool BitmapSetLine(HostBitmap* bitmap, int32_t y, const uint8_t* rgb) {
 HostBool BitmapSave(const HostBitmap* bitmap, const HostFileName* name, int32_t format,
                     const HostContainer*) {
   if (format != HOST_FORMAT_TIFF || name->path.empty() || bitmap->bitmap.width() == 0) return 0;
+  const NoteScope step(Note::Step, "saving " + name->path);
   const auto start = std::chrono::steady_clock::now();
   try {
     bitmap->bitmap.saveTiff(name->path, services().tiffCompression());

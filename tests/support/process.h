@@ -66,6 +66,7 @@ class Process {
   ~Process();
 
   void signal(int number);
+  pid_t id() const { return pid_; }
   void releaseOut() { out_.release(); }
   void releaseErr() { err_.release(); }
   /// Closes the reading end of a held standard output.
