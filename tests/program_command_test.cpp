@@ -27,7 +27,8 @@ constexpr const char* kOff = R"({"g_ostrakOutfitterTools": "off"})";
 
 TEST_F(ProgramCommand, TheStrongestOfFourSourcesConfiguresIt) {
   const std::string listed =
-      "1022343\tCrash Vesta\n12432341\tTranslator Locator...\n1001192\tImport Script Strings\n1001193\tExport Script Strings\n"
+      "1022343\tCrash Vesta\n12432341\tTranslator Locator...\n1001192\tImport Script "
+      "Strings\n1001193\tExport Script Strings\n"
       "1001198\tLumicheck\n";
   EXPECT_EQ(vesta({"commands"}).out, listed) << "as it is shipped";
   const fs::path app = appFolder(kOff);
