@@ -44,7 +44,7 @@ class Crash : public ProgramTest {
     const auto found = reports();
     EXPECT_EQ(found.size(), 1U);
     if (found.empty()) return "";
-    const std::string text = readText(found[0]);
+    std::string text = readText(found[0]);
     fs::remove(found[0]);
     return text;
   }

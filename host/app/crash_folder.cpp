@@ -97,7 +97,8 @@ struct Reports {
 
   void add(const char* name) {
     if (!isReport(name) || std::strlen(name) >= oldest.size()) return;
-    if (count++ == 0 || std::strcmp(name, oldest.data()) < 0) std::strcpy(oldest.data(), name);
+    if (count++ == 0 || std::strcmp(name, oldest.data()) < 0)
+      std::memcpy(oldest.data(), name, std::strlen(name) + 1);
   }
 };
 

@@ -11,8 +11,8 @@ inline constexpr int kMostReports = 50;
 
 /// A report that was begun.
 struct ReportFile {
-  int descriptor = -1;           ///< -1: it could not be made
-  std::string_view reason = "";  ///< why not
+  int descriptor = -1;      ///< -1: it could not be made
+  std::string_view reason;  ///< why not
   std::array<char, 4096> path{};
 };
 

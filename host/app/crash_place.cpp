@@ -40,7 +40,7 @@ std::string_view buildIdAmong(std::string_view notes) {
 CodePlace findCode(uintptr_t address) {
   // Made for unwinders: it takes no lock.
   dl_find_object found;
-  if (_dl_find_object(reinterpret_cast<void*>(address), &found) != 0) return {};
+  if (_dl_find_object(addressed<void>(address), &found) != 0) return {};
   const char* name = found.dlfo_link_map->l_name;
   return {name[0] != '\0' ? name : programPath(), found.dlfo_link_map->l_addr,
           reinterpret_cast<uintptr_t>(found.dlfo_map_start), reinterpret_cast<uintptr_t>(found.dlfo_map_end)};
@@ -49,17 +49,17 @@ CodePlace findCode(uintptr_t address) {
 std::string_view buildIdOf(const CodePlace& place) {
   ElfW(Ehdr) file;
   if (place.end - place.start < sizeof file) return {};
-  std::memcpy(&file, reinterpret_cast<const void*>(place.start), sizeof file);
+  std::memcpy(&file, addressed<const void>(place.start), sizeof file);
   const std::size_t size = place.end - place.start;
   const std::size_t headers = std::size_t{file.e_phnum} * sizeof(ElfW(Phdr));
   if (std::memcmp(file.e_ident, ELFMAG, SELFMAG) != 0 || file.e_phoff > size || headers > size - file.e_phoff)
     return {};
-  const auto* header = reinterpret_cast<const ElfW(Phdr)*>(place.start + file.e_phoff);
+  const auto* header = addressed<const ElfW(Phdr)>(place.start + file.e_phoff);
   for (const auto* end = header + file.e_phnum; header != end; ++header) {
     const uintptr_t notes = place.base + header->p_vaddr;
     const bool isInside = notes >= place.start && notes <= place.end && header->p_memsz <= place.end - notes;
     if (header->p_type != PT_NOTE || !isInside) continue;
-    const std::string_view id = buildIdAmong({reinterpret_cast<const char*>(notes), header->p_memsz});
+    const std::string_view id = buildIdAmong({addressed<const char>(notes), header->p_memsz});
     if (!id.empty()) return id;
   }
   return {};

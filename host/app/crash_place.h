@@ -1,11 +1,18 @@
 #pragma once
 // Which library an address of this process is in. Everything here is safe in a signal handler.
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
 
 namespace host {
+
+/// What is in memory at an address.
+template <typename Type>
+Type* addressed(uintptr_t address) {
+  return std::bit_cast<Type*>(address);
+}
 
 /// A place in the file of a library or of the program.
 struct CodePlace {

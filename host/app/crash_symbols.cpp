@@ -31,7 +31,7 @@ class ElfFile {
   bool isLoadedAt(uintptr_t start) const {
     std::array<char, 1024> here;
     return isGood_ && read(0, here) &&
-           std::memcmp(here.data(), reinterpret_cast<const void*>(start), here.size()) == 0;
+           std::memcmp(here.data(), addressed<const void>(start), here.size()) == 0;
   }
 
   /// Finds the function at `offset` among the symbols of one kind.

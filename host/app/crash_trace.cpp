@@ -22,7 +22,7 @@ class ReturnFromNowhere {
  public:
   explicit ReturnFromNowhere(ucontext_t& context) : registers_(context.uc_mcontext.gregs) {
     if (findCode(static_cast<uintptr_t>(programCounter_))) return;
-    registers_[REG_RIP] = *reinterpret_cast<const greg_t*>(stackPointer_);
+    registers_[REG_RIP] = *addressed<const greg_t>(static_cast<uintptr_t>(stackPointer_));
     registers_[REG_RSP] += static_cast<greg_t>(sizeof(greg_t));
   }
   ReturnFromNowhere(const ReturnFromNowhere&) = delete;
