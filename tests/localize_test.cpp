@@ -381,7 +381,14 @@ class LocalizeSweep : public Localize {
   const fs::path before_;
 };
 
-TEST_F(LocalizeSweep, AnImportThatEndsAsTheGoodOneHasWrittenTheSame) {
+TEST_F(LocalizeSweep, AnImportWritesWhatTheGoodOneDoesOrNothing) {
+  // Their failure looks like an end, like nothing there: what the last box counts differs then.
+  const std::set<std::string> passedOver = {"BrowseInit",      "BrowseNext",
+                                            "FileOpen",        "FileReadBytes",
+                                            "FileNameCompare", "GetScriptList",
+                                            "ListFirst",       "ListNext",
+                                            "ScriptGetData",   "ContainerGetContainerRef",
+                                            "ContainerInit",   "ContainerSetContainer"};
   Lines goodBoxes;
   Files goodState;
   sweep(kImport, strings, [&](const std::string& slot, const Lines& boxes, const std::string& label) {
@@ -391,8 +398,9 @@ TEST_F(LocalizeSweep, AnImportThatEndsAsTheGoodOneHasWrittenTheSame) {
       ASSERT_EQ(boxes, Lines{"2 Languages and 5 Strings updated!"});
     } else if (!good) {
       EXPECT_EQ(state(), initial) << label;
-    } else if (boxes == goodBoxes && slot != "SaveScriptFile") {
-      EXPECT_EQ(state(), goodState) << label;
+    } else if (slot != "SaveScriptFile") {
+      const bool counted = passedOver.count(slot) != 0 && boxes != goodBoxes;
+      EXPECT_TRUE(counted || state() == goodState) << label << testing::PrintToString(boxes);
     }
   });
 }

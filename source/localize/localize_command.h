@@ -13,6 +13,12 @@ inline void Require(bool done) {
   if (!done) throw std::bad_alloc();
 }
 
+/// A file name of the host's, which must not be empty: one that lost its text names something else.
+inline vesta::FileName Named(vesta::FileName name) {
+  Require(!name.IsEmpty());
+  return name;
+}
+
 /// Runs the work of a command, which answers whether it came to its end. Where memory does not suffice the
 /// user is told, and the answer is false.
 template <class Work>

@@ -21,10 +21,8 @@ bool IsSameName(const String& first, const String& second) {
 /// The file that a script is written to.
 FileName ScriptFile(const FileName& folder, const String& name) {
   const String suffix("csc");
-  const FileName leaf(name);
-  // Without one of them it would be the file of something else.
-  Require(!suffix.IsEmpty() && !leaf.IsEmpty() && !folder.IsEmpty());
-  FileName file = folder.Join(leaf);
+  Require(!suffix.IsEmpty() && !folder.IsEmpty());
+  FileName file = folder.Join(Named(FileName(name)));
   file.SetSuffix(suffix);
   Require(file.HasSuffix(suffix));
   return file;
@@ -94,7 +92,7 @@ class Import {
     while (entries.Next()) {
       Require(entries.GetName(name));
       const int32_t language = LanguageOf(name.GetString());
-      if (language != 0 && !ReadFile(folder.Join(name), name.GetString(), language)) return false;
+      if (language != 0 && !ReadFile(Named(folder.Join(name)), name.GetString(), language)) return false;
     }
     Finish();
     return true;
@@ -106,8 +104,8 @@ class Import {
     constexpr int32_t kLength = 13;  // script_de.txt
     const int32_t length = name.Length();
     Require(length > 0);
-    if (length != kLength || !IsSameFileName(FileName(name.Sub(0, 7)), prefix_) ||
-        !IsSameFileName(FileName(name.Sub(9, 4)), suffix_)) {
+    if (length != kLength || !IsSameFileName(Named(FileName(name.Sub(0, 7))), prefix_) ||
+        !IsSameFileName(Named(FileName(name.Sub(9, 4))), suffix_)) {
       return 0;
     }
     const int32_t first = name.CharAt(7);
@@ -159,8 +157,8 @@ class Import {
   }
 
   const ScriptIndex index_;
-  const FileName prefix_{"script_"};
-  const FileName suffix_{".txt"};
+  const FileName prefix_ = Named(FileName("script_"));
+  const FileName suffix_ = Named(FileName(".txt"));
   int32_t languages_ = 0;
   int32_t strings_ = 0;
 };
