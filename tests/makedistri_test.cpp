@@ -109,9 +109,9 @@ TEST_F(MakeDistri, ReadsDefines) {
       {"four-byte ids",
        "#define I VESTA_FOUR_BYTE('V','S','T','C')\n#define J VESTA_FOUR_BYTE( 'a', ' ', '\\'', 'b' )\n"
        "#define K VESTA_FOUR_BYTE('a','b','c')\n#define L VESTA_FOUR_BYTE('a','b',NO,'c')\n#define M "
-       "VESTA_FOUR_BYTE(10,20,30,40)\n",
-       "I=1448301635,\nJ=1629497186,\nM=16909096,\n",
-       3,
+       "VESTA_FOUR_BYTE(10,20,30,40)\n#define N VESTA_FOUR_BYTE('a','\xE9','\\377','b')\n",
+       "I=1448301635,\nJ=1629497186,\nM=16909096,\nN=1642725218,\n",
+       4,
        {"SYMBOL FAILED K = ", "SYMBOL FAILED L = "}},
       {"comments",
        "/* #define A 1\n#define B 1\n*/\n#define C /* 5 */ 6\n// #define D 1 \\\n#define E 1\n#define F 1 /* "

@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "companions/strings/string_files.h"
@@ -19,7 +20,10 @@ struct Subject {
   std::string text;    ///< as it stands in the file; of what has no text, what there is instead
   std::string beside;  ///< the text that it was compared with
 
-  auto operator<=>(const Subject&) const = default;
+  bool operator<(const Subject& other) const {
+    return std::tie(kind, language, script, tag, text, beside) <
+           std::tie(other.kind, other.language, other.script, other.tag, other.text, other.beside);
+  }
 };
 
 struct Finding {

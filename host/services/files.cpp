@@ -131,6 +131,7 @@ bool FileStream::openForWriting(const std::string& name) {
 
 bool FileStream::close() {
   if (descriptor_ < 0) return false;
+  writeBlock();
   // Some file systems tell of a full disk only here.
   if (::close(descriptor_) != 0 && !failure_) failure_ = lastError();
   descriptor_ = -1;
@@ -182,13 +183,27 @@ int64_t FileStream::read(void* buffer, int64_t count) {
 
 bool FileStream::write(const void* buffer, int64_t count) {
   if (descriptor_ < 0 || !pending_ || count < 0) return false;
-  if (!writeAll(descriptor_, buffer, count) && !failure_) failure_ = lastError();
+  if (count >= kBlockSize - static_cast<int64_t>(block_.size())) writeBlock();
+  if (count >= kBlockSize) {
+    if (!failure_ && !writeAll(descriptor_, buffer, count)) failure_ = lastError();
+  } else {
+    const char* bytes = static_cast<const char*>(buffer);
+    block_.insert(block_.end(), bytes, bytes + count);
+  }
   return !failure_;
+}
+
+void FileStream::writeBlock() {
+  if (!pending_) return;
+  if (!failure_ && !writeAll(descriptor_, block_.data(), static_cast<int64_t>(block_.size())))
+    failure_ = lastError();
+  block_.clear();
 }
 
 int64_t FileStream::length() const {
   struct stat status {};
-  return descriptor_ >= 0 && fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+  if (descriptor_ < 0 || fstat(descriptor_, &status) != 0) return -1;
+  return status.st_size + (pending_ ? static_cast<int64_t>(block_.size()) : 0);
 }
 
 std::vector<ListedEntry> listFolder(const std::string& folder) {

@@ -57,9 +57,11 @@ class FileStream {
   int64_t readDirectly(char* buffer, int64_t count) const;
   /// What is left of the block, up to `count` bytes.
   int64_t takeFromBlock(char* buffer, int64_t count);
+  /// Writes what was collected.
+  void writeBlock();
 
   int descriptor_ = -1;
-  std::vector<char> block_;    ///< read ahead: tools read byte by byte
+  std::vector<char> block_;    ///< read ahead, or not yet written: tools read and write byte by byte
   std::size_t blockNext_ = 0;  ///< the first byte of it that nobody has taken
   std::error_code failure_;    ///< the first thing that went wrong
   std::unique_ptr<PendingFile> pending_;

@@ -1,4 +1,5 @@
 // Files and directory listings.
+#include <cerrno>
 #include <system_error>
 
 #include "host/tables/areas.h"
@@ -19,9 +20,10 @@ void FileFree(HostFile* file) { delete file; }
 
 HostBool FileOpen(HostFile* file, const HostFileName* name, int32_t access, int32_t, int32_t, int32_t,
                   int32_t) {
+  file->name = name->path;
+  file->readFailed = false;
   if (access == HOST_FILE_READ) return file->stream.openForReading(name->path) ? 1 : 0;
   if (access != HOST_FILE_WRITE || !file->stream.openForWriting(name->path)) return 0;
-  file->name = name->path;
   services().runLog.openedForWriting(name->path);
   return 1;
 }
@@ -38,7 +40,16 @@ HostBool FileClose(HostFile* file) {
 }
 
 int32_t FileReadBytes(HostFile* file, void* buffer, int32_t count, HostBool) {
-  return static_cast<int32_t>(std::max<int64_t>(file->stream.read(buffer, count), 0));
+  const int64_t got = file->stream.read(buffer, count);
+  if (got >= 0) return static_cast<int32_t>(got);
+  // A tool takes it for the end of the file.
+  if (!file->readFailed) {
+    const std::string reason = std::generic_category().message(errno);
+    services().runLog.fileFailed();
+    services().console.printError(file->name + ": cannot be read: " + reason);
+  }
+  file->readFailed = true;
+  return 0;
 }
 
 HostBool FileWriteBytes(HostFile* file, const void* buffer, int32_t count) {

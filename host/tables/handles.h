@@ -82,7 +82,8 @@ struct HostFileName : host::Counted<host::HandleKind::FileName> {
 
 struct HostFile : host::Counted<host::HandleKind::File> {
   host::FileStream stream;
-  std::string name;  ///< of a file that is written
+  std::string name;
+  bool readFailed = false;  ///< and the user was told
 };
 
 struct HostBrowse : host::Counted<host::HandleKind::Browse> {

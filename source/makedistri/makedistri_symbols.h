@@ -33,7 +33,8 @@ class SymbolTable {
   /// Puts values in place of names in `text`, wherever a name occurs, word or part of a word: the longest
   /// name of all first, of equally long ones the symbol found first, of that its first place; then again,
   /// until no name occurs. `used`, where given, receives the index of each symbol that was put in. Answers
-  /// whether anything was replaced. Takes time in about the length of the text.
+  /// whether anything was replaced. Takes time in about the length of the
+  /// text, unless beginnings of long names stand in it again and again.
   bool Substitute(std::string& text, std::vector<int32_t>* used = nullptr) const;
 
  private:

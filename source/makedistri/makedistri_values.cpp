@@ -14,6 +14,12 @@ void ResolveFourByteId(std::string& text, const Evaluator& evaluate) {
   text = FourByteId(std::string_view(text).substr(open + 1, text.size() - open - 2), evaluate);
 }
 
+/// In C a character above 127 is negative; the id holds its code.
+uint32_t CodeOfPart(std::string_view part, int32_t value) {
+  const bool isCharacter = part.starts_with('\'') && value >= -128 && value < 0;
+  return static_cast<uint32_t>(isCharacter ? value + 256 : value);
+}
+
 bool IsReal(std::string_view text) {
   return text.find('.') != std::string_view::npos && text.find('\'') == std::string_view::npos;
 }
@@ -56,7 +62,7 @@ std::string FourByteId(std::string_view parts, const Evaluator& evaluate) {
     }
     const Evaluation found = evaluate(std::string(part), false);
     if (!found.success) return {};
-    id = id * 256 + static_cast<uint32_t>(found.integer);
+    id = id * 256 + CodeOfPart(part, found.integer);
   }
   return std::to_string(static_cast<int32_t>(id));
 }
