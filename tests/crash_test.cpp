@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <regex>
 
+#include "host/services/work_notes.h"
 #include "tests/support/program_test.h"
 
 namespace {
@@ -25,6 +27,30 @@ std::string outputOf(const std::string& command) {
   for (int c; (c = std::fgetc(pipe)) != EOF;) text.push_back(static_cast<char>(c));
   pclose(pipe);
   return text;
+}
+
+TEST(WorkNotes, TheNewestStandsUntilItsOwnScopeEnds) {
+  const auto document = [] {
+    std::string text(host::kLongestNote, '?');
+    text.resize(host::readNote(host::Note::Document, text.data()));
+    return text;
+  };
+  const std::string longName = std::string(host::kLongestNote, 'x') + "/scene.vesta";
+  auto first = std::make_unique<host::NoteScope>(host::Note::Document, "first");
+  {
+    const host::NoteScope second(host::Note::Document, longName);
+    EXPECT_EQ(document(), longName.substr(longName.size() - host::kLongestNote));
+    first.reset();
+    EXPECT_EQ(document().size(), host::kLongestNote) << "an older one went";
+  }
+  EXPECT_EQ(document(), "");
+
+  for (int i = 0; i < 100; ++i) host::noteLine(std::to_string(i) + std::string(1000, '.'));
+  std::string line(host::kLongestNotedLine, '?');
+  size_t length = 0;
+  ASSERT_TRUE(host::readNotedLine(host::kNotedLines - 1, line.data(), length));
+  EXPECT_EQ(line.substr(0, length), "80" + std::string(host::kLongestNotedLine - 2, '.'));
+  EXPECT_FALSE(host::readNotedLine(host::kNotedLines, line.data(), length));
 }
 
 class Crash : public ProgramTest {
