@@ -156,6 +156,8 @@ TEST_F(Crash, EveryKindTellsItsOwnStory) {
 TEST_F(Crash, AFaultWhileTheReportIsWrittenEndsItOnly) {
 #if !defined(__x86_64__)
   GTEST_SKIP() << "the module loses its stack on one processor only";
+#elif defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the thread sanitizer lets no fault come to a handler that is at work";
 #endif
   const Ended ended = crash(5);
   EXPECT_EQ(ended.signal, SIGSEGV);
@@ -188,13 +190,14 @@ TEST_F(Crash, NamesTheSceneThatWasInWork) {
     // The table is written behind every scene, so that the next one is in work when the first picture is
     // there.
     ASSERT_TRUE(process.runUntil([&] { return fs::exists(made / "0001.tif"); }));
-    usleep(300'000);
+    usleep(500'000);
     process.signal(SIGSEGV);
     EXPECT_EQ(process.wait().signal, SIGSEGV);
     const std::string report = takeReport();
     EXPECT_TRUE(has(report, ": sent by process " + std::to_string(getpid()))) << report;
     EXPECT_TRUE(has(report, "Document:  " + (scenes / "slow.vesta").string() + "\n")) << report;
-    EXPECT_TRUE(has(report, "Step:      rendering 3000 x 3000 pixels, renderer 0\n")) << report;
+    // A slow machine may still be at its warm-up.
+    EXPECT_TRUE(matches(report, "Step:      rendering (3000 x 3000|16 x 16) pixels, renderer 0\n")) << report;
     EXPECT_TRUE(has(report, "Command:   the tools' switches on the command line\n")) << report;
     EXPECT_TRUE(has(report, "%] Processing file " + (scenes / "slow.vesta").string() + "...\n\n"))
         << "the last line: " << report;
