@@ -39,6 +39,7 @@ class StringsCheck : public ProgramTest {
 };
 
 TEST_F(StringsCheck, LinesThatTheImportRefusesOrReadsOtherwise) {
+  file("strings_dismissed.json", "{\"vestaStringsDismissed\":1}\n{\"kind\":\"no-us\"}\n");
   const std::string longest = "Help:\"A\" \"" + std::string(2047 - 11, 'x') + "\"";
   file("script_de.txt",
        "Name:\"A\" \"n\"\r\n\r\nname:\"A\" \"n\"\rHelp:\"A\" \"say \"hi\"\"\n"
@@ -58,7 +59,7 @@ TEST_F(StringsCheck, LinesThatTheImportRefusesOrReadsOtherwise) {
       "missing\n"
       "script_de.txt:11:7: duplicate: the name of 'A' stands in line 1 as well; the later one counts\n"
       "script_de.txt:12:15: malformed: this cannot stand outside of the double quotes\n"
-      "files: 1, entries: 6, findings: 10\n");
+      "files: 1, entries: 6, findings: 10, dismissed: 1\n");
   EXPECT_EQ(check().status, 1);
 }
 
@@ -80,7 +81,7 @@ TEST_F(StringsCheck, TextsBesideTheFallbackAndEachOther) {
   EXPECT_EQ(
       found(),
       "script_de.TXT:4:11: punctuation: '100 % fertig' does not end as '100 % done.' in US\n"
-      "script_fr.txt:1:11: placeholder: placeholders: %s, {nombre}; in US: %s, {count}\n"
+      "script_fr.txt:1:11: placeholder: placeholders: %1$s, {nombre}; in US: %1$s, {count}\n"
       "script_fr.txt:2:11: blank: ' Il ouvre ... ' does not begin and end as 'Opens it...' in US: blanks\n"
       "script_fr.txt:3:7: missing-text: the help text of 'C' is missing; there is one in US, de, ja\n"
       "script_ja.txt:2:11: punctuation: '\xe9\x96\x8b\xe3\x81\x8f\xe3\x80\x82' does not end as 'Opens it...' "
@@ -92,6 +93,39 @@ TEST_F(StringsCheck, TextsBesideTheFallbackAndEachOther) {
       "files: 4, entries: 15, findings: 6\n");
 }
 
+TEST_F(StringsCheck, PlaceholdersKeepTheirNumbers) {
+  struct {
+    const char* fallback;
+    const char* text;
+    const char* said;  ///< nothing: they fit
+  } const kCases[] = {
+      {"%s of %d", "%2$d: %1$s", ""},
+      {"%s of %d", "%d: %s", "placeholders: %1$d, %2$s; in US: %1$s, %2$d"},
+      {"%1$s of %2$s", "%1$s of %1$s", "placeholders: %1$s, %1$s; in US: %1$s, %2$s"},
+      {"%5.1f%% {0}", "{0} %5.1f%%", ""},
+      {"100 % done", "100 % de tout", ""},
+      {"%d", "no", "placeholders: none; in US: %1$d"},
+  };
+  for (const auto& test : kCases) {
+    file("script_US.txt", "Help:\"A\" \"" + std::string(test.fallback) + "\"\n");
+    file("script_fr.txt", "Help:\"A\" \"" + std::string(test.text) + "\"\n");
+    const std::string line = "script_fr.txt:1:11: placeholder: " + std::string(test.said) + "\n";
+    EXPECT_EQ(found(), (*test.said != 0 ? line + "files: 2, entries: 2, findings: 1\n"
+                                        : "files: 2, entries: 2, findings: 0\n"))
+        << test.text;
+  }
+}
+
+TEST_F(StringsCheck, WithoutTheFallbackItSaysThatNothingIsCompared) {
+  file("script_fr.txt", "Name:\"A\" \"n\"\n");
+  const Ended ended = check();
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_TRUE(ended.saidOut("strings: no-us: there is no script_US.txt")) << ended.out;
+  check({"--dismiss"});
+  fs::rename(strings, folder / "elsewhere");
+  EXPECT_EQ(vesta({"--app-dir", folder / "app", "strings", "check", folder / "elsewhere"}).status, 0);
+}
+
 TEST_F(StringsCheck, FilesThatAreNoneAndScriptsThatCannotBeWritten) {
   script("B \"quoted\"");
   file("script_US.txt", "Name:\"A\" \"n\"\nName:\"B \"quoted\"\" \"n\"\n");
@@ -101,12 +135,14 @@ TEST_F(StringsCheck, FilesThatAreNoneAndScriptsThatCannotBeWritten) {
   file("script_pl.txt", std::string("\xff\xfeN\0", 4));
   file("script_fr.txt", "Name:\"A\" \"n\"\nHelp:\"A\" \"\xc3\xa9\"\n");
   file("script_deu.txt", "");
+  file("script_de.text", "");
   file("notes.txt", "nothing of ours");
   fs::create_directory(strings / "script_xx.txt");
   const std::string all = found();
   for (const char* line :
        {"script_deu.txt: not-taken: the import does not take this name: it wants script_, two characters and "
         ".txt\n",
+        "script_de.text: not-taken: the import does not take this name",
         "script_xx.txt: not-taken: the import passes over it: it is a folder\n",
         "script_US.txt: same-language: the same language as Script_US.TXT, which is imported before it\n",
         "script_us.txt: same-language: another language than that of Script_US.TXT: letter case counts in "
@@ -144,11 +180,52 @@ TEST_F(StringsCheck, DismissalsHoldUntilTheTextChangesAndTheCheckChangesNothing)
   const Ended again = check();
   EXPECT_EQ(again.status, 1) << "compared with another text";
   EXPECT_TRUE(again.saidOut("findings: 1, dismissals that fit nothing any more: 1\n")) << again.out;
+  EXPECT_TRUE(
+      check({"--show-dismissed"})
+          .saidOut("strings_dismissed.json: fits nothing any more: punctuation 'de' 'A' 'Help' 'Text'\n"));
   EXPECT_EQ(readText(strings / "strings_dismissed.json"), kept);
   file("strings_dismissed.json", kept + "{\"kind\":1}\n");
   const Ended broken = check();
   EXPECT_EQ(broken.status, 2);
   EXPECT_TRUE(broken.saidErr("strings_dismissed.json:3: not a string")) << broken.err;
+}
+
+TEST_F(StringsCheck, DismissalsOutliveAFileThatCannotBeUsedForNow) {
+  const std::string german = "Help:\"A\" \"Text\"\n";
+  file("script_US.txt", "Help:\"A\" \"Text.\"\n");
+  for (const std::string& unusable :
+       {"\xef\xbb\xbf" + german, "x\n" + german, std::string("Help:\"Z\" \"Text\""), std::string()}) {
+    file("script_de.txt", german);
+    EXPECT_EQ(check({"--dismiss"}).status, 0);
+    if (unusable.empty()) {
+      fs::remove(strings / "script_de.txt");
+      fs::create_symlink("nowhere", strings / "script_de.txt");
+    } else {
+      file("script_de.txt", unusable);
+    }
+    EXPECT_EQ(check({"--dismiss"}).status, 1);
+    fs::remove(strings / "script_de.txt");
+    file("script_de.txt", german);
+    EXPECT_EQ(check().status, 0) << unusable;
+  }
+}
+
+TEST_F(StringsCheck, FilesOfNoMeasureAreNamedAndTheOthersChecked) {
+  file("script_US.txt", "Help:\"A\" \"Text.\"\n");
+  file("script_de.txt", "Help:\"A\" \"Text\"\n");
+  file("script_fr.txt", "");
+  fs::resize_file(strings / "script_fr.txt", uintmax_t{1} << 40);
+  std::string lines;
+  for (int i = 0; i <= 200'000; ++i) lines += "x\n";
+  file("script_it.txt", lines);
+  const Ended ended = check({"--json", folder / "found.json"});
+  EXPECT_EQ(ended.status, 1);
+  EXPECT_TRUE(ended.saidErr("script_fr.txt: cannot be read: it is larger than 64 MiB")) << ended.err;
+  EXPECT_TRUE(ended.saidErr("script_it.txt: cannot be read: it has more than 200000 lines")) << ended.err;
+  EXPECT_TRUE(ended.saidOut("script_de.txt:1:11: punctuation:")) << ended.out;
+  const auto json = nlohmann::json::parse(readText(folder / "found.json"));
+  EXPECT_EQ(json["unreadable"].size(), 2U);
+  EXPECT_EQ(json["unreadable"][0]["reason"], "it is larger than 64 MiB");
 }
 
 TEST_F(StringsCheck, JsonExitStatusesAndHostileFiles) {
@@ -160,12 +237,15 @@ TEST_F(StringsCheck, JsonExitStatusesAndHostileFiles) {
   EXPECT_EQ(ended.status, 1);
   EXPECT_EQ(ended.out.find('\x1b'), std::string::npos);
   const auto json = nlohmann::json::parse(readText(folder / "found.json"));
-  ASSERT_EQ(json["findings"].size(), 2U);
-  EXPECT_EQ(json["findings"][0]["column"], 2048);
-  EXPECT_EQ(json["findings"][1]["line"], 2);
+  ASSERT_EQ(json["findings"].size(), 3U);
+  EXPECT_EQ(json["findings"][0]["kind"], "no-us");
+  EXPECT_EQ(json["findings"][1]["column"], 2048);
+  EXPECT_EQ(json["findings"][2]["line"], 2);
   EXPECT_EQ(check({"--json", folder / "nowhere/found.json"}).status, 2);
+  EXPECT_EQ(check({"--json", ""}).status, 2);
   fs::remove(preferences / "scripts/A.brm");
-  file("script_de.txt", "Name:\"Any\" \"n\"\n");
+  fs::remove(strings / "script_de.txt");
+  file("script_US.txt", "Name:\"Any\" \"n\"\n");
   const Ended without = check();
   EXPECT_EQ(without.status, 0);
   EXPECT_TRUE(without.saidErr("The host keeps no scripts")) << without.err;

@@ -1,5 +1,6 @@
 // `vesta strings check`: what is wrong with script string files, before they are imported.
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <system_error>
 
@@ -17,11 +18,16 @@
 namespace companion {
 namespace {
 
+struct UnreadableFile {
+  std::string path;
+  std::string reason;
+};
+
 /// The string files of a folder, and what its listing shows to be wrong.
 struct Folder {
   std::vector<StringFile> files;
   std::vector<Finding> findings;
-  std::vector<std::string> unreadable;  ///< lines for the user
+  std::vector<UnreadableFile> unreadable;
 };
 
 Finding findingOf(const std::string& path, const char* kind, std::string sentence) {
@@ -51,16 +57,30 @@ void findSameLanguages(Folder& folder) {
   }
 }
 
+/// Without the fallback's texts nothing is compared, which must not look as if nothing were wrong.
+void findMissingFallback(const std::string& path, Folder& folder) {
+  const auto isFallback = [](const StringFile& file) { return file.language == kFallbackLanguage; };
+  if (std::any_of(folder.files.begin(), folder.files.end(), isFallback)) return;
+  Finding finding = findingOf(path, "no-us",
+                              "there is no script_US.txt that can be read: placeholders, blanks and "
+                              "punctuation are compared with nothing");
+  finding.subject.text.clear();  // wherever the folder is
+  folder.findings.push_back(std::move(finding));
+}
+
 void readFile(const std::string& path, const std::u16string& name, Folder& folder) {
   constexpr std::size_t kLanguageAt = 7;
   StringFile file;
   file.path = path;
   file.language = name.substr(kLanguageAt, 2);
   try {
+    std::error_code noSize;  // reading tells why
+    const std::uintmax_t size = std::filesystem::file_size(path, noSize);
+    if (!noSize && size > kLargestFile) throw std::runtime_error("it is larger than 64 MiB");
     readEntries(host::readWholeFile(path), file);
     folder.files.push_back(std::move(file));
-  } catch (const std::system_error& error) {
-    folder.unreadable.push_back(path + ": cannot be read: " + host::reasonOf(error));
+  } catch (const std::runtime_error& error) {
+    folder.unreadable.push_back({path, host::reasonOf(error)});
   }
 }
 
@@ -82,6 +102,7 @@ Folder readFolder(const std::string& path) {
     }
   }
   findSameLanguages(folder);
+  if (!folder.files.empty()) findMissingFallback(path, folder);
   return folder;
 }
 
@@ -96,8 +117,9 @@ class StringsCommand : public host::Companion {
     check->add_flag("--dismiss", dismiss_,
                     "accepts what is found, in DIR/" + std::string(kDismissalsName) +
                         ", but for what the import refuses; forgets what is found no more");
-    check->add_flag("--show-dismissed", showDismissed_, "lists what was accepted as well");
-    check->add_option("--json", jsonFile_, "FILE: writes everything as JSON");
+    check->add_flag("--show-dismissed", showDismissed_,
+                    "lists what was accepted as well, and what of that is found no more");
+    check->add_option("--json", jsonFile_, "FILE: writes everything as JSON")->check(refuseEmpty);
     return strings;
   }
 
@@ -123,6 +145,8 @@ class StringsCommand : public host::Companion {
   }
 
  private:
+  static std::string refuseEmpty(const std::string& text) { return text.empty() ? "a name is missing" : ""; }
+
   static int refused(host::Console& console, const std::string& reason) {
     console.printError(reason);
     return host::kExitUsage;
@@ -130,6 +154,16 @@ class StringsCommand : public host::Companion {
 
   static void tell(host::Console& console, const std::vector<Finding>& findings) {
     for (const Finding& finding : findings) console.print(lineOf(finding));
+  }
+
+  static void tellStale(host::Console& console, const std::string& file, const std::vector<Subject>& stale) {
+    for (const Subject& subject : stale) {
+      std::string line = host::visible(file) + ": fits nothing any more: " + subject.kind;
+      for (const std::string& part : {subject.language, subject.script, subject.tag, subject.text}) {
+        if (!part.empty()) line += " '" + host::visible(part) + "'";
+      }
+      console.print(line);
+    }
   }
 
   static std::vector<Finding> findAll(host::HostServices& services, Folder& read) {
@@ -152,27 +186,38 @@ class StringsCommand : public host::Companion {
     return findings;
   }
 
-  int report(host::Console& console, const std::string& file, const Subjects& dismissed, const Folder& read,
-             const std::vector<Finding>& findings) {
+  int report(host::Console& console, const std::string& dismissalsFile, const Subjects& dismissed,
+             const Folder& read, std::vector<Finding> findings) {
     std::vector<Finding> open;
     std::vector<Finding> accepted;
     Subjects present;
-    for (const Finding& finding : findings) {
-      if (!finding.stopsImport) present.insert(finding.subject);
+    bool isWhole = read.unreadable.empty();
+    for (Finding& finding : findings) {
+      if (finding.stopsImport) {
+        isWhole = false;
+      } else {
+        present.insert(finding.subject);
+      }
       const bool isAccepted = !finding.stopsImport && (dismiss_ || dismissed.count(finding.subject) != 0);
-      (isAccepted ? accepted : open).push_back(finding);
+      (isAccepted ? accepted : open).push_back(std::move(finding));
     }
     tell(console, open);
     if (showDismissed_) tell(console, accepted);
-    for (const std::string& line : read.unreadable) console.printError(line);
-    const auto stale = static_cast<std::size_t>(std::count_if(
-        dismissed.begin(), dismissed.end(), [&](const Subject& one) { return present.count(one) == 0; }));
-    console.print(summary(read, open.size(), accepted.size(), dismiss_ ? 0 : stale));
-    if (dismiss_) {
-      write(file, [&] { writeDismissals(file, present); });
-      console.print("Dismissals: " + file);
+    for (const UnreadableFile& file : read.unreadable) {
+      console.printError(file.path + ": cannot be read: " + file.reason);
     }
-    if (!jsonFile_.empty()) writeJson(console, open, accepted);
+    // What could not be checked may hold what was accepted.
+    if (!isWhole) present.insert(dismissed.begin(), dismissed.end());
+    std::vector<Subject> stale;
+    std::set_difference(dismissed.begin(), dismissed.end(), present.begin(), present.end(),
+                        std::back_inserter(stale));
+    if (showDismissed_) tellStale(console, dismissalsFile, stale);
+    console.print(summary(read, open.size(), accepted.size(), dismiss_ ? 0 : stale.size()));
+    if (dismiss_) {
+      write(dismissalsFile, [&] { writeDismissals(dismissalsFile, present); });
+      console.print("Dismissals: " + dismissalsFile);
+    }
+    if (!jsonFile_.empty()) writeJson(console, read, open, accepted);
     return open.empty() && read.unreadable.empty() ? host::kExitGood : host::kExitWrong;
   }
 
@@ -196,7 +241,7 @@ class StringsCommand : public host::Companion {
     return text;
   }
 
-  void writeJson(host::Console& console, const std::vector<Finding>& open,
+  void writeJson(host::Console& console, const Folder& read, const std::vector<Finding>& open,
                  const std::vector<Finding>& accepted) {
     nlohmann::ordered_json json;
     json["findings"] = nlohmann::ordered_json::array();
@@ -211,6 +256,11 @@ class StringsCommand : public host::Companion {
                                     {"sentence", host::bytesToJson(finding.sentence)},
                                     {"dismissed", findings == &accepted}});
       }
+    }
+    json["unreadable"] = nlohmann::ordered_json::array();
+    for (const UnreadableFile& unreadable : read.unreadable) {
+      json["unreadable"].push_back(
+          {{"file", host::bytesToJson(unreadable.path)}, {"reason", unreadable.reason}});
     }
     const std::string file = host::normalPath(jsonFile_);
     write(file, [&] { host::writeWholeFile(file, host::jsonText(json)); });

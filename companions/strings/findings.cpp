@@ -14,8 +14,6 @@ using outfitter::EntryKind;
 
 namespace {
 
-const std::u16string kFallbackLanguage = u"US";
-
 std::string shown(const std::u16string& text) { return "'" + host::visible(host::toUtf8(text)) + "'"; }
 
 std::string tagOf(EntryKind kind) { return kind == EntryKind::Name ? "Name" : "Help"; }

@@ -4,12 +4,16 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
 #include "companions/strings/string_files.h"
 
 namespace companion {
+
+/// The language that the others are compared with.
+inline constexpr std::u16string_view kFallbackLanguage = u"US";
 
 /// What a finding is about, wherever it stands now: a dismissal holds as long as all of this is the same.
 struct Subject {

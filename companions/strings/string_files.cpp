@@ -1,6 +1,7 @@
 #include "companions/strings/string_files.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 #include "host/services/paths.h"
 #include "host/services/text.h"
@@ -57,6 +58,9 @@ class FileReader {
 
  private:
   void take() {
+    if (++taken_ > kMostLines) {
+      throw std::runtime_error("it has more than " + std::to_string(kMostLines) + " lines");
+    }
     if (line_.IsTooLong()) {
       file_.refused.push_back({{number_, EntryLine::kLongest + 1}, "the line is longer than 2047 bytes"});
     } else {
@@ -80,6 +84,7 @@ class FileReader {
   StringFile& file_;
   EntryLine line_;
   int64_t number_ = 1;
+  std::size_t taken_ = 0;
 };
 
 Place placeOf(std::string_view bytes, std::size_t offset) {
@@ -126,7 +131,8 @@ bool isStringFileName(const std::u16string& name) {
 
 bool isAlmostStringFileName(const std::string& name) {
   return host::equalIgnoringCase(std::string_view(name).substr(0, kPrefixLength), "script_") &&
-         (host::hasSuffix(name, "txt") || name.find('.') == std::string::npos) &&
+         (host::hasSuffix(name, "txt") || host::hasSuffix(name, "text") ||
+          name.find('.') == std::string::npos) &&
          !isStringFileName(host::fromUtf8(name));
 }
 

@@ -44,7 +44,11 @@ bool isStringFileName(const std::u16string& name);
 /// Whether it only looks like one.
 bool isAlmostStringFileName(const std::string& name);
 
-/// Reads the bytes of a file into `file`.
+/// What a file holds at most: far beyond any real one, and what is found in a hostile one fits in memory.
+inline constexpr std::uintmax_t kLargestFile = 64 << 20;  // bytes
+inline constexpr std::size_t kMostLines = 200'000;
+
+/// Reads the bytes of a file into `file`. Throws std::runtime_error when they are more than kMostLines lines.
 void readEntries(std::string_view bytes, StringFile& file);
 
 }  // namespace companion

@@ -45,7 +45,6 @@ class PlaceholderReader {
   void skip(std::u16string_view characters) {
     while (at_ < text_.size() && isOneOf(text_[at_], characters)) ++at_;
   }
-  void skipDigits() { skip(u"0123456789"); }
 
   void readConversion() {
     const std::size_t start = ++at_;
@@ -53,16 +52,23 @@ class PlaceholderReader {
       ++at_;
       return;
     }
-    skipDigits();
+    skip(u"0123456789");
+    std::string number;
     std::size_t kept = start;
-    if (at_ > start && at_ < text_.size() && text_[at_] == u'$') kept = ++at_;
+    if (at_ > start && at_ < text_.size() && text_[at_] == u'$') {
+      kept = ++at_;
+      number = host::toUtf8(text_.substr(start, kept - start));
+    } else {
+      at_ = start;
+    }
     // A blank is a flag as well, but "100 % done" is no conversion.
     skip(u"-+#0'");
     skip(u"0123456789.*");
     skip(u"hlqjzt");
     if (at_ < text_.size() && isOneOf(text_[at_], u"diouxXeEfFgGaAcspn")) {
       ++at_;
-      found_.push_back("%" + host::toUtf8(text_.substr(kept, at_ - kept)));
+      if (number.empty()) number = std::to_string(++unnumbered_) + "$";
+      found_.push_back("%" + number + host::toUtf8(text_.substr(kept, at_ - kept)));
     } else {
       at_ = start;
     }
@@ -84,6 +90,7 @@ class PlaceholderReader {
 
   std::u16string_view text_;
   std::size_t at_ = 0;
+  std::size_t unnumbered_ = 0;
   std::vector<std::string> found_;
 };
 

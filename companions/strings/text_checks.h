@@ -8,7 +8,8 @@
 
 namespace companion {
 
-/// What a program puts values into: printf's conversions (%d, %1$s as %s; not %%), {name}, {0}; sorted.
+/// What a program puts values into: printf's conversions (not %%), {name}, {0}; sorted. Conversions without a
+/// number get theirs from their order, "%s %d" is "%1$s" and "%2$d": only so can texts change the order.
 std::vector<std::string> placeholdersOf(std::u16string_view text);
 
 /// Blanks, tabs, no-break and ideographic spaces at the ends.
