@@ -226,6 +226,9 @@ TEST_F(StringsCheck, FilesOfNoMeasureAreNamedAndTheOthersChecked) {
   const auto json = nlohmann::json::parse(readText(folder / "found.json"));
   EXPECT_EQ(json["unreadable"].size(), 2U);
   EXPECT_EQ(json["unreadable"][0]["reason"], "it is larger than 64 MiB");
+  fs::remove(strings / "script_US.txt");
+  fs::remove(strings / "script_de.txt");
+  EXPECT_EQ(check().status, 2) << "nothing was checked";
 }
 
 TEST_F(StringsCheck, JsonExitStatusesAndHostileFiles) {

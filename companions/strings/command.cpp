@@ -218,6 +218,7 @@ class StringsCommand : public host::Companion {
       console.print("Dismissals: " + dismissalsFile);
     }
     if (!jsonFile_.empty()) writeJson(console, read, open, accepted);
+    if (read.files.empty()) return host::kExitUsage;  // nothing was checked
     return open.empty() && read.unreadable.empty() ? host::kExitGood : host::kExitWrong;
   }
 
