@@ -4,6 +4,7 @@
 #include "host/script/diagnostics.h"
 #include "host/script/object_file.h"
 #include "host/script/script_lists.h"
+#include "host/services/digest.h"
 #include "tests/support/program_test.h"
 
 namespace {
@@ -52,11 +53,15 @@ TEST_F(Scripts, AreListedByNameAndWhatIsBrokenIsNamedAndLeftOut) {
   writeText(place("damaged.csc"), "VESTA OBJECT 1 scrp 00\n{}\n");
   writeText(place("other.csc"), "VESTA OBJECT 2 scrp 00\n{}\n");
   writeText(place("notes.txt"), "no script");
+  writeText(place("huge.brm"), "");
+  fs::resize_file(place("huge.brm"), uintmax_t{40} << 30);
   fs::create_directory(place("folder.brm"));
   EXPECT_EQ(names(), (Lines{"a", "b"}));
   const std::string all = allSaid();
-  EXPECT_EQ(said.size(), 5U) << all;
+  EXPECT_EQ(said.size(), 7U) << all;
   const std::string in = folder / "prefs/scripts/";
+  EXPECT_NE(all.find(in + "folder.brm: cannot be read: Is a directory\n"), std::string::npos) << all;
+  EXPECT_NE(all.find(in + "huge.brm: not used: it is longer than 2 MiB\n"), std::string::npos) << all;
   EXPECT_NE(all.find(in + "wrong.brm:1:23: error: No matching symbol 'b'\n"), std::string::npos) << all;
   EXPECT_NE(all.find(in + "wrong.brm: not used: it does not compile\n"), std::string::npos) << all;
   EXPECT_NE(all.find(in + "my.tool.brm: not used: the name of a script holds no point\n"), std::string::npos);
@@ -91,6 +96,42 @@ TEST_F(Scripts, ObjectFilesKeepEverythingAndHideTheirSource) {
   EXPECT_EQ(*texts->get().find<std::u16string>(2), u"");
   EXPECT_EQ(lists->run(again, {}).lines, Lines{"7"}) << "the code needs no include any more";
   EXPECT_EQ(host::packObject(again), readText(place("tool.csc"))) << "the same script gives the same file";
+}
+
+TEST_F(Scripts, WhatTheHostWroteHidesWhatAnotherSystemNamed) {
+  writeText(place("Up.BRM"), "void main() { Print(\"old\"); }");
+  Script& script = only();
+  ASSERT_TRUE(lists->save(script, place("Up.CSC")));
+  script.data.set(kGerman, host::NestedContainer(host::Container()));
+  ASSERT_TRUE(lists->save(script, place("Up.csc")));
+  EXPECT_EQ(only().file, place("Up.csc"));
+  writeText(place("a.b.brm"), "void main() {}");
+  said.clear();
+  EXPECT_NE(lists->find("Up"), nullptr);
+  EXPECT_EQ(allSaid(), "") << "another script's fault is not this one's";
+  EXPECT_EQ(lists->find("a.b"), nullptr);
+}
+
+TEST_F(Scripts, ObjectsThatWereForgedAreRefused) {
+  const auto reason = [](const std::string& data) -> std::string {
+    const std::string body = "{\"data\":" + data + ",\"source\":\"\",\"code\":\"\"}";
+    Script read;
+    try {
+      host::unpackObject("VESTA OBJECT 1 scrp " + host::sha256Hex(body) + "\n" + body, read);
+    } catch (const host::ScriptRefused& refusal) {
+      return refusal.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(reason("{}"), "");
+  EXPECT_EQ(reason("{\" 65x\":{\"type\":\"bool\",\"value\":true}}"),
+            "it cannot be read: ' 65x' is no identifier");
+  EXPECT_EQ(reason("{\"5\":{\"type\":\"integer\",\"value\":1e300}}"),
+            "it cannot be read: an integer does not fit 32 bits");
+  EXPECT_EQ(reason("{\"5\":{\"type\":\"integer\",\"value\":4294967296}}"),
+            "it cannot be read: an integer does not fit 32 bits");
+  EXPECT_EQ(reason("{\"5\":[]}"), "it cannot be read: a container holds what is no value");
+  EXPECT_EQ(reason("[]"), "it cannot be read: not a container");
 }
 
 TEST_F(Scripts, EveryChangedByteOfAnObjectFileIsFound) {
@@ -166,6 +207,7 @@ TEST_F(ScriptsProgram, ShowsRunsAndPrintsScripts) {
   const Ended run = vesta({"scripts", "run", "Light Units", "--x"});
   EXPECT_EQ(run.out, "mine --x\n") << "the user's script comes before the shipped one";
   EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(vesta({"scripts", "run", "Light Units", "-1", "x", "--y"}).out, "mine -1\n") << "in their order";
   EXPECT_EQ(vesta({"scripts", "source", "Light Units"}).out,
             "void main() { Print(\"mine \" + Argument(0)); }\n");
   const Ended wrong = vesta({"scripts", "run", "Frame Time", "soon"});

@@ -1,6 +1,7 @@
 #include "companions/strings/dismissals.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
@@ -57,7 +58,8 @@ Subjects parse(std::string_view bytes, std::size_t& number) {
 }  // namespace
 
 Subjects readDismissals(const std::string& file) {
-  if (!host::fileExists(file)) return {};
+  std::error_code ignored;
+  if (!std::filesystem::exists(file, ignored)) return {};
   std::size_t line = 1;
   try {
     return parse(host::readWholeFile(file), line);

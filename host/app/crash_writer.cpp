@@ -62,12 +62,24 @@ void CrashWriter::put(char c) {
   if (c == '\n' || used_ == buffer_.size()) flush();
 }
 
+void CrashWriter::goOnOnStandardError() {
+  constexpr std::string_view kNews =
+      "vesta: the crash report's file takes no more; the rest of the report:\n";
+  descriptor_ = STDERR_FILENO;
+  static_cast<void>(!write(descriptor_, kNews.data(), kNews.size()));
+}
+
 void CrashWriter::flush() {
   for (std::size_t written = 0; written < used_;) {
     const ssize_t count = write(descriptor_, buffer_.data() + written, used_ - written);
     if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) break;
-    written += static_cast<std::size_t>(count);
+    if (count > 0) {
+      written += static_cast<std::size_t>(count);
+    } else if (descriptor_ != STDERR_FILENO) {
+      goOnOnStandardError();
+    } else {
+      break;
+    }
   }
   used_ = 0;
 }

@@ -27,8 +27,8 @@ struct ShellWord {
   std::string_view text;
 };
 
-/// Writes to a descriptor, at the end of every line, so that what was said stands even if the next line is
-/// never reached. Does not own the descriptor.
+/// Writes to a descriptor, and to standard error from where that takes no more; at the end of every line, so
+/// that what was said stands even if the next line is never reached. Does not own the descriptor.
 class CrashWriter {
  public:
   explicit CrashWriter(int descriptor) : descriptor_(descriptor) {}
@@ -51,6 +51,8 @@ class CrashWriter {
 
  private:
   void put(char c);
+  /// The disk is full: what is left must not be lost.
+  void goOnOnStandardError();
 
   int descriptor_;
   std::size_t used_ = 0;

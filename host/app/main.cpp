@@ -235,6 +235,7 @@ class Program {
   }
 
   int parseCommands(std::vector<std::string> arguments) {
+    if (const auto script = scriptToRun(arguments)) return runScriptByName(host_, *script, scriptArguments_);
     CLI::App app("Vesta, a host for developer and quality tools of 3D scenes", "vesta");
     app.set_help_flag("-h,--help", "this text");
     app.footer(kHostOptionsHelp);
@@ -316,6 +317,15 @@ class Program {
     });
   }
 
+  /// The script of `scripts run NAME ARGUMENTS...`. Its arguments are its own, and taken as they stand.
+  std::optional<std::string> scriptToRun(const std::vector<std::string>& arguments) {
+    constexpr size_t kName = 2;
+    if (arguments.size() <= kName || arguments[0] != "scripts" || arguments[1] != "run") return std::nullopt;
+    if (arguments[kName].starts_with('-')) return std::nullopt;
+    scriptArguments_.assign(arguments.begin() + kName + 1, arguments.end());
+    return arguments[kName];
+  }
+
   void describeScripts(CLI::App& app, std::function<int()>& action) {
     CLI::App* scripts = app.add_subcommand(
         "scripts", "lists the scripts, with their names and help texts in each language and what is missing");
@@ -325,15 +335,7 @@ class Program {
     });
     CLI::App* run = scripts->add_subcommand("run", "runs a script");
     run->add_option("NAME", scriptName_, "the script's name")->required();
-    run->add_option("ARGUMENTS", scriptArguments_, "what the script wants");
-    run->prefix_command();
-    run->callback([this, run, &action] {
-      action = [this, rest = run->remaining()] {
-        std::vector<std::string> arguments = scriptArguments_;
-        arguments.insert(arguments.end(), rest.begin(), rest.end());
-        return runScriptByName(host_, scriptName_, arguments);
-      };
-    });
+    run->add_option("ARGUMENTS", scriptArguments_, "what the script wants, options or not");
     CLI::App* source = scripts->add_subcommand("source", "prints the source of a script");
     source->add_option("NAME", scriptName_, "the script's name")->required();
     source->callback([&] { action = [this] { return printScriptSource(host_, scriptName_); }; });

@@ -11,6 +11,7 @@
 #include "host/script/talk_functions.h"
 #include "host/script/transfer.h"
 #include "host/services/paths.h"
+#include "host/services/threads.h"
 
 namespace host {
 namespace {
@@ -75,12 +76,13 @@ class Run {
 
   void checkLimits(asIScriptContext& context) {
     ++lines_;
-    const bool looksAtClock = lines_ % kLinesBetweenLooks == 0;
-    if (lines_ < kMostLines && (!looksAtClock || Clock::now() < deadline_)) return;
+    const bool looksAround = lines_ % kLinesBetweenLooks == 0;
+    const bool isStopped = looksAround && interruptRequested();
+    if (!isStopped && lines_ < kMostLines && (!looksAround || Clock::now() < deadline_)) return;
     Diagnostic place;
     const char* section = nullptr;
     place.row = context.GetLineNumber(0, &place.column, &section);
-    note(place, section, context.GetFunction(0), "the script runs too long");
+    note(place, section, context.GetFunction(0), isStopped ? "stopped" : "the script runs too long");
     context.Abort();
   }
 

@@ -9,6 +9,7 @@
 #include "host/script/object_file.h"
 #include "host/services/files.h"
 #include "host/services/paths.h"
+#include "host/services/threads.h"
 
 namespace host {
 
@@ -17,10 +18,21 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::uintmax_t kLongestObject = std::uintmax_t{64} << 20;
+constexpr std::uintmax_t kLongestSource = std::uintmax_t{2} << 20;
 
 std::string readObjectFile(const std::string& file) {
   if (fs::file_size(file) > kLongestObject) throw ScriptRefused("it is longer than 64 MiB");
   return readWholeFile(file);
+}
+
+std::string readSourceFile(const std::string& file) {
+  if (fs::file_size(file) > kLongestSource) throw ScriptRefused("it is longer than 2 MiB");
+  return readWholeFile(file);
+}
+
+/// Whether a file ends in the suffix as the host writes it.
+bool endsPlainly(const std::string& file, const char* suffix) {
+  return file.ends_with(std::string(".") + suffix);
 }
 
 }  // namespace
@@ -47,6 +59,7 @@ std::vector<std::string> ScriptLists::names() {
 ScriptList ScriptLists::load(ScriptKind kind) {
   ScriptList list;
   for (const auto& [name, files] : findFiles(folder(kind))) {
+    if (interruptRequested()) break;
     std::optional<Script> script = read(name, kind, files);
     if (script) list.scripts.push_back(std::move(*script));
   }
@@ -56,11 +69,10 @@ ScriptList ScriptLists::load(ScriptKind kind) {
 
 ScriptLists::FilesByName ScriptLists::findFiles(const std::string& folder) {
   FilesByName found;
-  if (!folderExists(folder)) return found;
+  std::error_code ignored;
+  if (!fs::exists(folder, ignored)) return found;
   try {
-    for (const ListedEntry& entry : listFolder(folder)) {
-      if (!entry.isFolder) addFile(found, joinPath(folder, entry.name));
-    }
+    for (const ListedEntry& entry : listFolder(folder)) addFile(found, joinPath(folder, entry.name));
   } catch (const std::system_error& error) {
     places_.tell(folder + ": the folder cannot be listed: " + reasonOf(error));
   }
@@ -70,14 +82,10 @@ ScriptLists::FilesByName ScriptLists::findFiles(const std::string& folder) {
 void ScriptLists::addFile(FilesByName& found, const std::string& file) {
   const bool isObject = hasSuffix(file, kObjectSuffix);
   if (!isObject && !hasSuffix(file, kSourceSuffix)) return;
-  const std::string name = fs::path(file).stem().string();
-  if (name.find('.') != std::string::npos) {
-    // With its last part replaced by a suffix it would be written under the name of another script.
-    places_.tell(file + ": not used: the name of a script holds no point");
-    return;
-  }
-  std::string& place = isObject ? found[name].object : found[name].source;
-  if (place.empty()) place = file;
+  Files& files = found[fs::path(file).stem().string()];
+  std::string& place = isObject ? files.object : files.source;
+  // What the host wrote itself counts more than what another system called so.
+  if (place.empty() || endsPlainly(file, isObject ? kObjectSuffix : kSourceSuffix)) place = file;
 }
 
 Script* ScriptLists::find(const std::string& name) {
@@ -95,6 +103,11 @@ std::optional<Script> ScriptLists::read(const std::string& name, ScriptKind kind
   script.name = name;
   script.kind = kind;
   script.file = files.object.empty() ? files.source : files.object;
+  if (name.find('.') != std::string::npos) {
+    // With its last part replaced by a suffix it would be written under the name of another script.
+    places_.tell(script.file + ": not used: the name of a script holds no point");
+    return std::nullopt;
+  }
   if (!fill(script)) return std::nullopt;
   return script;
 }
@@ -105,7 +118,7 @@ bool ScriptLists::fill(Script& script) {
       unpackObject(readObjectFile(script.file), script);
       return true;
     }
-    script.source = readWholeFile(script.file);
+    script.source = readSourceFile(script.file);
     return compile(script);
   } catch (const ScriptRefused& refusal) {
     places_.tell(script.file + ": not used: " + refusal.what());

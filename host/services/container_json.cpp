@@ -1,8 +1,11 @@
 #include "host/services/container_json.h"
 
+#include <charconv>
+#include <limits>
 #include <stdexcept>
 
 #include "host/services/text.h"
+#include "host/services/utf8.h"
 
 namespace host {
 
@@ -39,11 +42,19 @@ Json toJson(const Value& value) {
 
 Container containerOf(const Json& json, int depth);
 
+int32_t integerOf(const Json& value) {
+  const bool fits = value.is_number_integer() && value >= std::numeric_limits<int32_t>::min() &&
+                    value <= std::numeric_limits<int32_t>::max();
+  if (!fits) throw std::runtime_error("an integer does not fit 32 bits");
+  return value.get<int32_t>();
+}
+
 Value valueOf(const Json& json, int depth) {
   const auto& type = json.at("type").get_ref<const std::string&>();
   const Json& value = json.at("value");
   if (type == "bool") return value.get<bool>();
-  if (type == "integer") return value.get<int32_t>();
+  if (type == "integer") return integerOf(value);
+  // A number that is not finite is written as null.
   if (type == "real") return value.is_null() ? 0.0 : value.get<double>();
   if (type == "string") return readText(value);
   if (type == "filename") return PathValue{toUtf8(readText(value))};
@@ -51,10 +62,19 @@ Value valueOf(const Json& json, int depth) {
   throw std::runtime_error("unknown type '" + type + "'");
 }
 
+int32_t idOf(const std::string& digits) {
+  int32_t id = 0;
+  const char* end = digits.data() + digits.size();
+  const auto [stop, error] = std::from_chars(digits.data(), end, id);
+  if (error != std::errc() || stop != end)
+    throw std::runtime_error("'" + visible(digits) + "' is no identifier");
+  return id;
+}
+
 Container containerOf(const Json& json, int depth) {
   if (depth > kDeepest || !json.is_object()) throw std::runtime_error("not a container");
   Container container;
-  for (const auto& [id, value] : json.items()) container.set(std::stoi(id), valueOf(value, depth));
+  for (const auto& [id, value] : json.items()) container.set(idOf(id), valueOf(value, depth));
   return container;
 }
 
@@ -66,6 +86,13 @@ Json containerToJson(const Container& container) {
   return json;
 }
 
-Container containerFromJson(const Json& json) { return containerOf(json, 0); }
+Container containerFromJson(const Json& json) {
+  try {
+    return containerOf(json, 0);
+  } catch (const Json::exception&) {
+    // The library's own words are for programmers.
+    throw std::runtime_error("a container holds what is no value");
+  }
+}
 
 }  // namespace host

@@ -22,6 +22,8 @@ namespace {
 }
 
 constexpr int64_t kBlockSize = 65536;
+// Whoever reads a file whole keeps more than its bytes.
+constexpr int64_t kLongestWholeFile = int64_t{1} << 30;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
@@ -231,10 +233,19 @@ std::string reasonOf(const std::exception& error) {
 std::string readWholeFile(const fs::path& file) {
   FileStream stream;
   if (!stream.openForReading(file.string())) throwErrno(file.string());
-  std::string bytes(static_cast<size_t>(std::max<int64_t>(stream.length(), 0)), '\0');
-  const int64_t count = stream.read(bytes.data(), static_cast<int64_t>(bytes.size()));
-  if (count < 0) throwErrno(file.string());
-  bytes.resize(static_cast<size_t>(count));
+  const int64_t length = std::max<int64_t>(stream.length(), 0);
+  std::string bytes;
+  // Files of the system say that they are empty, and others grow meanwhile.
+  for (int64_t wanted = std::max<int64_t>(length, kBlockSize), got = wanted; got == wanted;
+       wanted = kBlockSize) {
+    const size_t before = bytes.size();
+    if (static_cast<int64_t>(before) + wanted > kLongestWholeFile)
+      throw std::system_error(EFBIG, std::generic_category(), file.string());
+    bytes.resize(before + static_cast<size_t>(wanted));
+    got = stream.read(bytes.data() + before, wanted);
+    if (got < 0) throwErrno(file.string());
+    bytes.resize(before + static_cast<size_t>(got));
+  }
   return bytes;
 }
 

@@ -79,7 +79,7 @@ std::vector<ListedEntry> listFolder(const std::string& folder);
 /// What went wrong, without the name of the file that system errors carry.
 std::string reasonOf(const std::exception& error);
 
-/// The bytes of a small file. Throws std::system_error.
+/// The bytes of a file of less than 1 GiB. Throws std::system_error.
 std::string readWholeFile(const std::filesystem::path& file);
 /// Writes a file as a whole or not at all. Throws std::system_error.
 void writeWholeFile(const std::string& name, std::string_view bytes);
