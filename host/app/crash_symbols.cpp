@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace host {
 namespace {
@@ -30,8 +29,7 @@ class ElfFile {
   /// built it anew in the meantime.
   bool isLoadedAt(uintptr_t start) const {
     std::array<char, 1024> here;
-    return isGood_ && read(0, here) &&
-           std::memcmp(here.data(), addressed<const void>(start), here.size()) == 0;
+    return isGood_ && read(0, here) && std::equal(here.begin(), here.end(), addressed<const char>(start));
   }
 
   /// Finds the function at `offset` among the symbols of one kind.
