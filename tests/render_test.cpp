@@ -342,7 +342,7 @@ TEST(RenderCoverage, SceneWithoutCameraFillsThePicture) {
 TEST(RenderTexture, NearestTexelsComeOutAsTheyAre) {
   Scene scene = orthographicScene(1, 1);
   const int texture = addTexture(scene, 2, 2, 3, {10, 20, 30, 40, 50, 60, 70, 80, 90, 200, 210, 220},
-                                 {-1, Wrap::Repeat, Wrap::Repeat, true});
+                                 {-1, Wrap::Repeat, Wrap::Repeat, true, true});
   Material material = matt({1, 1, 1, 1});
   material.baseColorTexture.texture = texture;
   add(scene, squareMesh(1), material);
@@ -359,9 +359,7 @@ TEST(RenderTexture, WrapModesAndInterpolation) {
   const auto texture = [&](Wrap wrap, bool nearest) {
     return addTexture(scene, 2, 1, 1, pixels, {-1, wrap, wrap, nearest});
   };
-  const auto value = [&](int index, float u) {
-    return sampleTexture(scene, index, {u, 0}, TexelKind::Data).x;
-  };
+  const auto value = [&](int index, float u) { return Textures(scene).sample(index, {u, 0}).x; };
   const int repeat = texture(Wrap::Repeat, true), clamp = texture(Wrap::Clamp, true);
   const int mirror = texture(Wrap::Mirror, true), smooth = texture(Wrap::Repeat, false);
   const int edge = texture(Wrap::Clamp, false);
@@ -377,7 +375,7 @@ TEST(RenderTexture, WrapModesAndInterpolation) {
   EXPECT_FLOAT_EQ(value(edge, 0), 0);
   EXPECT_FLOAT_EQ(value(edge, 0.375F), 0.25F);
   const int tall = addTexture(scene, 1, 2, 1, pixels, {-1, Wrap::Clamp, Wrap::Clamp, false});
-  EXPECT_FLOAT_EQ(sampleTexture(scene, tall, {0, 0.375F}, TexelKind::Data).x, 0.25F);
+  EXPECT_FLOAT_EQ(Textures(scene).sample(tall, {0, 0.375F}).x, 0.25F);
   for (const float u : {1e30F, -1e30F, std::numeric_limits<float>::quiet_NaN(), 0.99999997F, -1e-9F}) {
     for (int i = 0; i < 5; ++i) EXPECT_TRUE(value(i, u) >= 0 && value(i, u) <= 1);
   }
@@ -393,7 +391,8 @@ TEST(RenderTexture, SrgbComesBack) {
 TEST(RenderTexture, FactorTextureAndVertexColorMultiply) {
   Scene scene = orthographicScene(1, 1);
   Material material = matt({0.5F, 1, 1, 1});
-  material.baseColorTexture.texture = addTexture(scene, 1, 1, 3, {255, 188, 255}, {});
+  material.baseColorTexture.texture =
+      addTexture(scene, 1, 1, 3, {255, 188, 255}, {-1, Wrap::Repeat, Wrap::Repeat, false, true});
   Mesh mesh = squareMesh(1);
   mesh.colors.assign(4, {1, 1, 0.25F, 1});
   add(scene, mesh, material);

@@ -226,11 +226,13 @@ TEST_F(SceneTest, ReadsMaterialsAndOnlyThePicturesTheyShow) {
 
   // Scaled, turned counter-clockwise as seen on the picture (V points down), moved.
   const Mesh& mesh = scene.meshes[0];
-  const auto& moved = mesh.texCoords[material.baseColorTexture.texCoord];
-  EXPECT_NEAR(moved.at(1).x, 10, 1e-5);
-  EXPECT_NEAR(moved.at(1).y, 18, 1e-5);
-  EXPECT_NEAR(moved.at(2).x, 13, 1e-5);
-  EXPECT_NEAR(moved.at(2).y, 20, 1e-5);
+  const auto moved = [&](size_t vertex) {
+    return material.baseColorTexture.moved(mesh.texCoords[material.baseColorTexture.texCoord].at(vertex));
+  };
+  EXPECT_NEAR(moved(1).x, 10, 1e-5);
+  EXPECT_NEAR(moved(1).y, 18, 1e-5);
+  EXPECT_NEAR(moved(2).x, 13, 1e-5);
+  EXPECT_NEAR(moved(2).y, 20, 1e-5);
   EXPECT_FLOAT_EQ(mesh.texCoords[material.emissiveTexture.texCoord].at(0).y, 1);
   EXPECT_EQ(file.unsupported, (std::vector<std::string>{"1 normal map"}));
 

@@ -62,6 +62,12 @@ VideoPost& Document::appendVideoPost(int32_t type, int32_t flags) {
   return videoPosts_.back();
 }
 
+const VideoPost* Document::activePost(int32_t type) const {
+  const auto post = std::find_if(videoPosts_.begin(), videoPosts_.end(),
+                                 [&](const VideoPost& candidate) { return candidate.type == type; });
+  return post == videoPosts_.end() || (post->flags & kVideoPostOff) != 0 ? nullptr : &*post;
+}
+
 std::list<VideoPost>& Document::videoPosts() {
   const bool has = std::any_of(videoPosts_.begin(), videoPosts_.end(),
                                [](const VideoPost& post) { return post.type == kPhysicalRendererId; });

@@ -9,8 +9,6 @@
 namespace host {
 namespace {
 
-constexpr size_t kTexCoordSlots = 2;  // sets of coordinates that a mesh holds
-
 float unitFactor(double value) { return static_cast<float>(std::clamp(value, 0.0, 1.0)); }
 
 Vec2 vec2Or(const tinygltf::Value& object, const char* member, Vec2 fallback) {
@@ -20,17 +18,15 @@ Vec2 vec2Or(const tinygltf::Value& object, const char* member, Vec2 fallback) {
           static_cast<float>(value.Get(1).GetNumberAsDouble())};
 }
 
-TexCoordSource texCoordSource(const tinygltf::TextureInfo& info) {
-  TexCoordSource source;
-  source.set = info.texCoord;
-  const auto found = info.extensions.find("KHR_texture_transform");
-  if (found == info.extensions.end() || !found->second.IsObject()) return source;
-  const tinygltf::Value& transform = found->second;
-  source.offset = vec2Or(transform, "offset", source.offset);
-  source.scale = vec2Or(transform, "scale", source.scale);
-  source.rotation = static_cast<float>(transform.Get("rotation").GetNumberAsDouble());
-  if (transform.Has("texCoord")) source.set = transform.Get("texCoord").GetNumberAsInt();
-  return source;
+/// Scale, rotate, move: KHR_texture_transform. V points down in glTF, hence the signs of the rotation.
+void moveTexture(const tinygltf::Value& transform, TextureUse& use) {
+  const Vec2 scale = vec2Or(transform, "scale", {1, 1});
+  const auto rotation = static_cast<float>(transform.Get("rotation").GetNumberAsDouble());
+  const float c = std::cos(rotation), s = std::sin(rotation);
+  use.uAxis = {c * scale.x, -s * scale.x};
+  use.vAxis = {s * scale.y, c * scale.y};
+  use.offset = vec2Or(transform, "offset", {0, 0});
+  if (transform.Has("texCoord")) use.texCoord = transform.Get("texCoord").GetNumberAsInt();
 }
 
 Vec3 emissive(const tinygltf::Material& source) {
@@ -72,24 +68,13 @@ std::string imageName(const tinygltf::Model& model, int index) {
 
 }  // namespace
 
-bool TexCoordSource::operator==(const TexCoordSource& other) const {
-  return set == other.set && offset.x == other.offset.x && offset.y == other.offset.y &&
-         scale.x == other.scale.x && scale.y == other.scale.y && rotation == other.rotation;
-}
-
-Vec2 TexCoordSource::apply(Vec2 uv) const {
-  // Scale, rotate, move: KHR_texture_transform. V points down in glTF, hence the signs of the rotation.
-  const float c = std::cos(rotation), s = std::sin(rotation);
-  const float u = uv.x * scale.x, v = uv.y * scale.y;
-  return {c * u + s * v + offset.x, -s * u + c * v + offset.y};
-}
-
 MaterialBuilder::MaterialBuilder(const tinygltf::Model& model, ResourceReader& resources, Scene& scene)
     : model_(model),
       resources_(resources),
       scene_(scene),
       built_(model.materials.size()),
-      textureIndices_(model.textures.size(), -1),
+      textureIndices_{std::vector<int>(model.textures.size(), -1),
+                      std::vector<int>(model.textures.size(), -1)},
       imageIndices_(model.images.size(), -1) {}
 
 const BuiltMaterial& MaterialBuilder::get(int index) {
@@ -112,45 +97,44 @@ BuiltMaterial MaterialBuilder::build(const tinygltf::Material& source) {
   material.alphaMode = alphaMode(source.alphaMode);
   material.alphaCutoff = static_cast<float>(source.alphaCutoff);
   material.doubleSided = source.doubleSided;
-  material.baseColorTexture = useTexture(pbr.baseColorTexture, built.texCoordSources);
-  material.metallicRoughnessTexture = useTexture(pbr.metallicRoughnessTexture, built.texCoordSources);
-  material.emissiveTexture = useTexture(source.emissiveTexture, built.texCoordSources);
+  material.baseColorTexture = useTexture(pbr.baseColorTexture, TexelKind::Color, built);
+  material.metallicRoughnessTexture = useTexture(pbr.metallicRoughnessTexture, TexelKind::Data, built);
+  material.emissiveTexture = useTexture(source.emissiveTexture, TexelKind::Color, built);
   built.material = static_cast<int>(scene_.materials.size());
   scene_.materials.push_back(std::move(material));
   return built;
 }
 
-TextureUse MaterialBuilder::useTexture(const tinygltf::TextureInfo& info,
-                                       std::vector<TexCoordSource>& sources) {
+TextureUse MaterialBuilder::useTexture(const tinygltf::TextureInfo& info, TexelKind kind,
+                                       BuiltMaterial& built) {
   TextureUse use;
   if (info.index < 0) return use;
-  use.texture = texture(info.index);
-  use.texCoord = slotFor(texCoordSource(info), sources);
+  use.texture = texture(info.index, kind);
+  use.texCoord = info.texCoord;
+  const auto found = info.extensions.find("KHR_texture_transform");
+  if (found != info.extensions.end() && found->second.IsObject()) moveTexture(found->second, use);
+  if (use.texCoord < 0 || use.texCoord >= kTexCoordSets) {
+    ++sharedTexCoords_;
+    use.texCoord = 0;
+  }
+  built.sets[static_cast<size_t>(use.texCoord)] = true;
   return use;
 }
 
-int MaterialBuilder::slotFor(const TexCoordSource& source, std::vector<TexCoordSource>& sources) {
-  const auto found = std::find(sources.begin(), sources.end(), source);
-  if (found != sources.end()) return static_cast<int>(found - sources.begin());
-  if (sources.size() == kTexCoordSlots) {
-    ++sharedTexCoords_;
-    return 0;
-  }
-  sources.push_back(source);
-  return static_cast<int>(sources.size()) - 1;
-}
-
-int MaterialBuilder::texture(int index) {
-  int& known = textureIndices_[static_cast<size_t>(index)];
+int MaterialBuilder::texture(int index, TexelKind kind) {
+  int& known = textureIndices_[static_cast<size_t>(kind)][static_cast<size_t>(index)];
   if (known >= 0) return known;
   const tinygltf::Texture& source = model_.textures[static_cast<size_t>(index)];
   Texture texture;
+  texture.srgb = kind == TexelKind::Color;
   if (source.source >= 0) texture.image = image(source.source);
   if (source.sampler >= 0) {
     const tinygltf::Sampler& sampler = model_.samplers[static_cast<size_t>(source.sampler)];
     texture.wrapS = wrapMode(sampler.wrapS);
     texture.wrapT = wrapMode(sampler.wrapT);
     texture.nearest = sampler.magFilter == TINYGLTF_TEXTURE_FILTER_NEAREST;
+    texture.mipmapped = sampler.minFilter != TINYGLTF_TEXTURE_FILTER_NEAREST &&
+                        sampler.minFilter != TINYGLTF_TEXTURE_FILTER_LINEAR;
   }
   known = static_cast<int>(scene_.textures.size());
   scene_.textures.push_back(texture);

@@ -3,6 +3,7 @@
 
 #include <tiny_gltf.h>
 
+#include <array>
 #include <vector>
 
 #include "host/document/gltf_source.h"
@@ -10,21 +11,12 @@
 
 namespace host {
 
-/// Which of a primitive's coordinates a texture is looked up with, and how they are moved before.
-struct TexCoordSource {
-  int set = 0;  ///< TEXCOORD_n
-  Vec2 offset{0, 0};
-  Vec2 scale{1, 1};
-  float rotation = 0;  ///< radians, counter-clockwise as seen on the picture
-
-  bool operator==(const TexCoordSource& other) const;
-  Vec2 apply(Vec2 uv) const;
-};
-
 struct BuiltMaterial {
-  int material = -1;                            ///< index into Scene::materials
-  std::vector<TexCoordSource> texCoordSources;  ///< what Mesh::texCoords[0] and [1] must hold; at most two
+  int material = -1;                       ///< index into Scene::materials
+  std::array<bool, kTexCoordSets> sets{};  ///< which of Mesh::texCoords its textures are looked up with
 };
+
+enum class TexelKind { Data, Color };
 
 class MaterialBuilder {
  public:
@@ -34,14 +26,13 @@ class MaterialBuilder {
   /// call. Throws SceneError with the picture's name.
   const BuiltMaterial& get(int index);
 
-  /// Uses of textures that needed a third set of coordinates and take the first one instead.
+  /// Uses of textures with a set of coordinates beyond those a mesh keeps; they take the first one instead.
   int sharedTexCoords() const { return sharedTexCoords_; }
 
  private:
   BuiltMaterial build(const tinygltf::Material& source);
-  TextureUse useTexture(const tinygltf::TextureInfo& info, std::vector<TexCoordSource>& sources);
-  int slotFor(const TexCoordSource& source, std::vector<TexCoordSource>& sources);
-  int texture(int index);
+  TextureUse useTexture(const tinygltf::TextureInfo& info, TexelKind kind, BuiltMaterial& built);
+  int texture(int index, TexelKind kind);
   int image(int index);
   Image decode(int index) const;
 
@@ -49,8 +40,8 @@ class MaterialBuilder {
   ResourceReader& resources_;
   Scene& scene_;
   BuiltMaterial none_;
-  std::vector<BuiltMaterial> built_;  // by the file's index; material -1: not yet
-  std::vector<int> textureIndices_;   // file's index to the scene's; -1: not yet
+  std::vector<BuiltMaterial> built_;    // by the file's index; material -1: not yet
+  std::vector<int> textureIndices_[2];  // file's index to the scene's, by kind of texel; -1: not yet
   std::vector<int> imageIndices_;
   uint64_t decodedBytes_ = 0;
   int sharedTexCoords_ = 0;

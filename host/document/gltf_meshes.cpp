@@ -45,15 +45,11 @@ std::vector<Vec3> readPositions(const tinygltf::Model& model, const tinygltf::Ac
   return positions;
 }
 
-std::vector<Vec2> readTexCoords(const tinygltf::Model& model, const tinygltf::Accessor& accessor,
-                                const TexCoordSource& source) {
+std::vector<Vec2> readTexCoords(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
   expectType(accessor, TINYGLTF_TYPE_VEC2, "TEXCOORD");
   std::vector<Vec2> coords = readVectors<Vec2>(model, accessor);
-  const bool moved = !(source == TexCoordSource{source.set, {0, 0}, {1, 1}, 0});
-  for (Vec2& uv : coords) {
-    if (moved) uv = source.apply(uv);
-    if (!isFinite(uv)) uv = {0, 0};
-  }
+  std::replace_if(
+      coords.begin(), coords.end(), [](Vec2 uv) { return !isFinite(uv); }, Vec2{0, 0});
   return coords;
 }
 
@@ -207,10 +203,10 @@ void MeshBuilder::readAttributes(const tinygltf::Primitive& primitive, const Bui
     mesh.normals = readVectors<Vec3>(model_, *normals);
     normalizeNormals(mesh);
   }
-  for (size_t slot = 0; slot < material.texCoordSources.size(); ++slot) {
-    const TexCoordSource& source = material.texCoordSources[slot];
-    const auto* coords = find("TEXCOORD_" + std::to_string(source.set));
-    if (coords != nullptr) mesh.texCoords[slot] = readTexCoords(model_, *coords, source);
+  for (size_t set = 0; set < material.sets.size(); ++set) {
+    if (!material.sets[set]) continue;
+    const auto* coords = find("TEXCOORD_" + std::to_string(set));
+    if (coords != nullptr) mesh.texCoords[set] = readTexCoords(model_, *coords);
   }
   if (const auto* colors = find("COLOR_0")) mesh.colors = readColors(model_, *colors);
 }

@@ -69,8 +69,8 @@ std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const
   addExtensions(model, phrases);
   addMotion(model, phrases);
   addMaterials(model, phrases);
-  phrases.add(static_cast<size_t>(sharedTexCoords), "texture with a third set of coordinates",
-              "textures with a third set of coordinates", " (placed by the first set)");
+  phrases.add(static_cast<size_t>(sharedTexCoords), "texture with a fifth set of coordinates",
+              "textures with a fifth set of coordinates", " (placed by the first set)");
   phrases.add(static_cast<size_t>(skipped.points), "primitive of points", "primitives of points",
               " (left out)");
   phrases.add(static_cast<size_t>(skipped.lines), "primitive of lines", "primitives of lines", " (left out)");

@@ -20,42 +20,89 @@ struct Texture {
   int image = -1;  ///< index into Scene::images; -1 when its picture is missing: reads as white
   Wrap wrapS = Wrap::Repeat;
   Wrap wrapT = Wrap::Repeat;
-  bool nearest = false;  ///< no interpolation between texels
+  bool nearest = false;   ///< no interpolation between texels
+  bool srgb = false;      ///< colours in sRGB, which become linear when read; alpha and data stay as they are
+  bool mipmapped = true;  ///< averaged where many texels meet one pixel
 };
 
-/// A material's use of a texture.
+/// A material's use of a texture: which coordinates it is looked up with, and how they are moved before.
 struct TextureUse {
   int texture = -1;  ///< index into Scene::textures; -1: none
-  int texCoord = 0;  ///< which of the mesh's texture coordinate sets, 0 or 1
+  int texCoord = 0;  ///< index into Mesh::texCoords
+  Vec2 uAxis{1, 0};  ///< where (1, 0) and (0, 1) go, without the offset
+  Vec2 vAxis{0, 1};
+  Vec2 offset{0, 0};
+
+  explicit operator bool() const { return texture >= 0; }
+  Vec2 moved(Vec2 uv) const {
+    return {uAxis.x * uv.x + vAxis.x * uv.y + offset.x, uAxis.y * uv.x + vAxis.y * uv.y + offset.y};
+  }
 };
 
 enum class AlphaMode { Opaque, Mask, Blend };
 
-/// glTF metallic-roughness. Colours are linear; colour textures (base, emissive) hold sRGB texels, the
-/// metallic-roughness texture linear ones (green roughness, blue metallic).
+/// glTF metallic-roughness with its extensions; each factor multiplies its texture. Colours are linear.
+/// Channels that are read of a texture stand in brackets. A layer whose factor is zero is not there.
 struct Material {
   std::string name;
   Vec4 baseColor{1, 1, 1, 1};
-  TextureUse baseColorTexture;
+  TextureUse baseColorTexture;  ///< (rgba, sRGB)
   float metallic = 1;
   float roughness = 1;
-  TextureUse metallicRoughnessTexture;
-  Vec3 emissive{0, 0, 0};
-  TextureUse emissiveTexture;
+  TextureUse metallicRoughnessTexture;  ///< (g roughness, b metallic)
+  TextureUse normalTexture;             ///< (rgb, tangent space)
+  float normalScale = 1;
+  TextureUse occlusionTexture;  ///< (r)
+  float occlusionStrength = 1;
+  Vec3 emissive{0, 0, 0};      ///< its strength included, so above 1 too
+  TextureUse emissiveTexture;  ///< (rgb, sRGB)
   AlphaMode alphaMode = AlphaMode::Opaque;
   float alphaCutoff = 0.5F;
   bool doubleSided = false;
+  bool unlit = false;  ///< the base colour as it is, whatever the light
+
+  float ior = 1.5F;             ///< index of refraction; 0: mirrors all, as in the metallic workflow of old
+  float specular = 1;           ///< strength of a dielectric's mirror
+  TextureUse specularTexture;   ///< (a)
+  Vec3 specularColor{1, 1, 1};  ///< of that mirror at normal incidence; may be above 1
+  TextureUse specularColorTexture;  ///< (rgb, sRGB)
+
+  float transmission = 0;
+  TextureUse transmissionTexture;  ///< (r)
+  float thickness = 0;             ///< metres in the mesh's own scale; 0: a thin wall without an inside
+  TextureUse thicknessTexture;     ///< (g)
+  float attenuationDistance = 0;   ///< metres in the world; 0: the inside is clear
+  Vec3 attenuationColor{1, 1, 1};  ///< what is left of white light after that distance
+
+  float clearcoat = 0;
+  TextureUse clearcoatTexture;  ///< (r)
+  float clearcoatRoughness = 0;
+  TextureUse clearcoatRoughnessTexture;  ///< (g)
+  TextureUse clearcoatNormalTexture;     ///< (rgb, tangent space)
+  float clearcoatNormalScale = 1;
+
+  Vec3 sheenColor{0, 0, 0};
+  TextureUse sheenColorTexture;  ///< (rgb, sRGB)
+  float sheenRoughness = 0;
+  TextureUse sheenRoughnessTexture;  ///< (a)
+
+  float anisotropy = 0;          ///< 0..1, along the turned tangent
+  float anisotropyRotation = 0;  ///< radians, counter-clockwise from the tangent
+  TextureUse anisotropyTexture;  ///< (rg direction from -1 to 1, b strength)
 };
 
+inline constexpr int kTexCoordSets = 4;  ///< that a mesh keeps
+
 /// Triangles of one material in object space. Every index is below positions.size(); all numbers are finite.
-/// `normals`, `texCoords` and `colors` are empty or as long as `positions`. Texture transforms are already
-/// applied to `texCoords`; a texture whose set is empty is read at (0, 0).
+/// `normals`, `tangents`, `texCoords` and `colors` are empty or as long as `positions`. A texture whose set
+/// is empty reads as white.
 struct Mesh {
   /// Ray tracers read 16 bytes at each vertex, so a loader reserves one more element than there are
   /// (capacity() > size(), which a copy of the vector does not keep).
   std::vector<Vec3> positions;
-  std::vector<Vec3> normals;  ///< unit length; empty: flat shading from the triangle itself
-  std::vector<Vec2> texCoords[2];
+  std::vector<Vec3> normals;   ///< unit length; empty: flat shading from the triangle itself
+  std::vector<Vec4> tangents;  ///< unit xyz along u; w is the sign of the bitangent, cross(normal, xyz) * w
+  std::vector<Vec2> texCoords[kTexCoordSets];
   std::vector<Vec4> colors;       ///< linear RGBA, multiplies the base color
   std::vector<uint32_t> indices;  ///< three a triangle, counter-clockwise from the front
   int material = -1;              ///< index into Scene::materials; -1: the default material

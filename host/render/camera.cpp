@@ -100,10 +100,12 @@ Ray CameraRays::at(float x, float y) const {
   const float across = (x * pixelWidth_ - 1) * halfWidth_;
   const float along = (1 - y * pixelHeight_) * halfHeight_;
   const Vec3 offset = right_ * across + up_ * along;
-  if (orthographic_) return {position_ + offset, forward_, znear_, zfar_};
+  const float pixel = pixelHeight_ * halfHeight_;
+  if (orthographic_) return {position_ + offset, forward_, znear_, zfar_, pixel, 0};
   const Vec3 towards = forward_ + offset;
   const float stretch = length(towards);
-  return {position_, towards * (1 / stretch), znear_ * stretch, std::min(zfar_ * stretch, 1e30F)};
+  return {position_, towards * (1 / stretch), znear_ * stretch, std::min(zfar_ * stretch, 1e30F),
+          0,         pixel / stretch};
 }
 
 }  // namespace host

@@ -15,7 +15,7 @@ class CameraRays {
   CameraRays(const Scene& scene, int width, int height);
 
   /// `x` and `y` in pixels from the top left corner. Direction of unit length, tnear and tfar from the
-  /// camera.
+  /// camera; its cone is as wide as a pixel.
   Ray at(float x, float y) const;
 
  private:

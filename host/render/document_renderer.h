@@ -18,6 +18,9 @@ class DocumentRenderer {
   Image render(const Container& settings, RenderRequest request);
 
  private:
+  /// The request with what settings and video posts say, each number in its range.
+  RenderRequest withSettings(RenderRequest request, const Container& settings);
+
   const Document& document_;
   std::unique_ptr<PreparedScene> prepared_;
 };

@@ -7,8 +7,8 @@
 #include <future>
 #include <thread>
 
+#include "host/render/film.h"
 #include "host/render/pixels.h"
-#include "host/render/texture.h"
 #include "host/services/signal_stack.h"
 
 namespace host {
@@ -25,9 +25,7 @@ class TileRun {
         color_(std::move(color)),
         across_((request.width + kTile - 1) / kTile),
         down_((request.height + kTile - 1) / kTile),
-        image_{request.width, request.height, 3, {}} {
-    image_.pixels.resize(3ULL * request.width * request.height);
-  }
+        film_(request) {}
 
   Image run() {
     const int processors = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
@@ -43,7 +41,7 @@ class TileRun {
     renderTiles();
     for (std::future<void>& other : others) other.get();
     if (stopped_) throw RenderStopped();
-    return std::move(image_);
+    return film_.develop();
   }
 
  private:
@@ -63,11 +61,7 @@ class TileRun {
     for (int y = top; y < std::min(top + kTile, request_.height); ++y) {
       for (int x = left; x < std::min(left + kTile, request_.width); ++x) {
         if (isStopped()) return;
-        const Vec3 c = color_(x, y);
-        uint8_t* pixel = &image_.pixels[3 * (static_cast<size_t>(y) * request_.width + x)];
-        pixel[0] = linearToSrgb(c.x);
-        pixel[1] = linearToSrgb(c.y);
-        pixel[2] = linearToSrgb(c.z);
+        film_.set(x, y, color_(x, y));
       }
     }
   }
@@ -83,7 +77,7 @@ class TileRun {
   const int across_, down_;
   std::atomic<int> next_{0};
   std::atomic<bool> stopped_{false};
-  Image image_;
+  Film film_;
 };
 
 void requireSize(const RenderRequest& request) {
@@ -97,15 +91,25 @@ void requireSize(const RenderRequest& request) {
 
 }  // namespace
 
-PreparedScene::PreparedScene(const Scene& scene) : data_(std::make_unique<Data>(scene)) {}
+PreparedScene::PreparedScene(const Scene& scene, KernelBuild kernel)
+    : data_(std::make_unique<Data>(scene, kernel)) {}
 PreparedScene::~PreparedScene() = default;
+KernelBuild PreparedScene::kernel() const { return data_->kernel; }
 
 Image renderScene(const PreparedScene& scene, RendererId renderer, const RenderRequest& request) {
   requireSize(request);
-  const bool preview = renderer == RendererId::Preview;
-  return TileRun(request,
-                 preview ? previewPixels(scene.data(), request) : standardPixels(scene.data(), request))
-      .run();
+  switch (renderer) {
+    case RendererId::Preview: {
+      RenderRequest plain = request;
+      plain.toneCurve = false;
+      plain.glow.reset();
+      return TileRun(plain, previewPixels(scene.data(), plain)).run();
+    }
+    case RendererId::Standard:
+      return TileRun(request, standardPixels(scene.data(), request)).run();
+    default:
+      throw std::runtime_error("there is no renderer " + std::to_string(static_cast<int32_t>(renderer)));
+  }
 }
 
 }  // namespace host

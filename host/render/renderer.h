@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "host/document/scene.h"
@@ -11,15 +12,56 @@
 namespace host {
 
 /// Render setting 5300 picks one of these.
-enum class RendererId : int32_t { Standard = 0, Preview = 1 };
+enum class RendererId : int32_t { Standard = 0, Preview = 1, Physical = 1023342, OpenGl = 300001061 };
+
+/// How the ray tracing tree is built: Robust lets no ray through between two triangles that share an edge,
+/// Faster may, Compact is robust, takes half the memory and traces more slowly.
+enum class KernelBuild : int32_t { Robust = 0, Faster = 1, Compact = 2 };
+
+/// How many samples the path tracer takes of a pixel.
+enum class Sampling : int32_t {
+  Draft = 0,    ///< a quarter of the number asked for
+  Fixed = 1,    ///< the number asked for
+  Adaptive = 2  ///< that number, and up to four times as many where the pixel is still noisy
+};
+
+/// Of the path tracer alone.
+struct PathSettings {
+  KernelBuild kernel = KernelBuild::Robust;
+  Sampling sampling = Sampling::Fixed;
+  int samples = 32;          ///< a pixel, 1 to 65536
+  int depth = 12;            ///< surfaces that a path meets, 1 to 64
+  float clamp = 16;          ///< brightest that light after the first surface may be; 0: no limit
+  float noiseLimit = 0.01F;  ///< standard error of a pixel at which adaptive sampling is content
+};
+
+/// The light around a scene.
+struct Environment {
+  enum class Kind : int32_t { Sky = 0, White = 1 };
+  Kind kind = Kind::Sky;
+  std::optional<float> strength;  ///< none: strong for scenes without lights, else weak
+};
+
+/// Light that spills from what is brighter than white.
+struct Glow {
+  float strength = 0.1F;  ///< part of that light that spills
+  float radius = 0.02F;   ///< standard deviation, as a part of the picture's height
+};
 
 struct RenderRequest {
   int width = 0;             ///< pixels, at least 1
   int height = 0;            ///< pixels, at least 1
-  bool antialiasing = true;  ///< four samples a pixel (Standard); off: one
+  bool antialiasing = true;  ///< four samples a pixel (Standard, OpenGl); off: one
   int threads = 0;           ///< 0: every core
+  float exposure = 0;        ///< factor from the lights' units to the picture's; 0: metered in coarse steps
+  bool toneCurve = true;     ///< bend what is nearly white or brighter; off: cut it
+  Environment environment;
+  PathSettings path;
+  std::optional<Glow> glow;
   /// Asked often and from several threads; true ends the render with RenderStopped.
   std::function<bool()> stopped = [] { return false; };
+  /// Told the part that is done, 0..1 and rising, a few times a second at most; by one thread at a time.
+  std::function<void(double)> progress = [](double) {};
 };
 
 /// Thrown by a render that was asked to stop.
@@ -33,10 +75,12 @@ class RenderStopped : public std::runtime_error {
 class PreparedScene {
  public:
   /// Throws std::runtime_error when the tree cannot be built (out of memory).
-  explicit PreparedScene(const Scene& scene);
+  explicit PreparedScene(const Scene& scene, KernelBuild kernel = KernelBuild::Robust);
   ~PreparedScene();
   PreparedScene(const PreparedScene&) = delete;
   PreparedScene& operator=(const PreparedScene&) = delete;
+
+  KernelBuild kernel() const;
 
   struct Data;
   const Data& data() const { return *data_; }

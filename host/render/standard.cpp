@@ -4,8 +4,8 @@
 
 #include "host/render/camera.h"
 #include "host/render/lights.h"
-#include "host/render/material.h"
 #include "host/render/pixels.h"
+#include "host/render/reflectance.h"
 #include "host/render/surface.h"
 
 namespace host {
@@ -46,15 +46,6 @@ Vec3 about(Vec3 normal, Vec3 d) {
   const Vec3 s{b, -normal.z, sign + normal.z * normal.z * a};
   const Vec3 t{1 + sign * normal.x * normal.x * a, -sign * normal.x, sign * b};
   return s * d.z + normal * d.y + t * d.x;
-}
-
-/// Leaves the lower two thirds as they are and bends what is brighter towards 1, so that colours keep their
-/// values and bright lights their shape.
-float shoulder(float x) {
-  constexpr float kStart = 0.65F;
-  if (!(x > kStart)) return x;
-  const float over = (x - kStart) / (1 - kStart);
-  return kStart + (1 - kStart) * over / (1 + over);
 }
 
 /// How a pixel turns and shifts the sky directions, so that the steps of a few become a fine grain.
@@ -101,8 +92,7 @@ class Standard {
     Vec3 sum;
     for (int i = 0; i < samples_; ++i) {
       const Ray ray = camera_.at(static_cast<float>(x) + grid_[i].x, static_cast<float>(y) + grid_[i].y);
-      const Vec3 c = radiance(ray, {i, 0, 1, turn});
-      sum = sum + Vec3{shoulder(c.x), shoulder(c.y), shoulder(c.z)};
+      sum = sum + radiance(ray, {i, 0, 1, turn});
     }
     return sum * (1 / static_cast<float>(samples_));
   }
@@ -136,7 +126,7 @@ class Standard {
   }
 
   Vec3 shade(const Surface& surface, Vec3 direction, const Path& path) const {
-    const Reflectance reflectance = reflectanceAt(data_.scene, surface);
+    const Reflectance reflectance(materialAt(data_.textures, surface));
     const Vec3 toViewer = -direction;
     Vec3 sum = reflectance.emitted;
     for (const Lamp& lamp : lights_.lamps) sum = sum + lit(surface, reflectance, toViewer, lamp);

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
+#include <map>
 
 namespace host {
 namespace {
@@ -18,10 +20,10 @@ std::array<float, 256> makeDecodeTable(bool srgb) {
 }
 
 // Made at first use: programs that never render start without them.
-const std::array<float, 256>& decodeTable(TexelKind kind) {
+const std::array<float, 256>& decodeTable(bool srgb) {
   static const std::array<float, 256> kColor = makeDecodeTable(true);
   static const std::array<float, 256> kData = makeDecodeTable(false);
-  return kind == TexelKind::Color ? kColor : kData;
+  return srgb ? kColor : kData;
 }
 
 // Fine enough that each 8-bit value comes back after decoding, also in the steep dark end.
@@ -98,14 +100,8 @@ int nearestTexel(float coordinate, int size, Wrap wrap) {
   return std::min(static_cast<int>(fold(coordinate, wrap) * static_cast<float>(size)), size - 1);
 }
 
-}  // namespace
-
-Vec4 sampleTexture(const Scene& scene, int texture, Vec2 uv, TexelKind kind) {
-  const Texture& t = scene.textures[texture];
-  if (t.image < 0) return {1, 1, 1, 1};
-  const Image& image = scene.images[t.image];
-  if (image.pixels.empty()) return {1, 1, 1, 1};
-  const auto& decode = decodeTable(kind);
+Vec4 sampleLevel(const Image& image, const Texture& t, Vec2 uv) {
+  const auto& decode = decodeTable(t.srgb);
   if (t.nearest) {
     return texel(image, nearestTexel(uv.x, image.width, t.wrapS), nearestTexel(uv.y, image.height, t.wrapT),
                  decode);
@@ -119,18 +115,92 @@ Vec4 sampleTexture(const Scene& scene, int texture, Vec2 uv, TexelKind kind) {
   return mix(upper, lower, y.fraction);
 }
 
-Vec4 sampleAt(const Scene& scene, const Mesh& mesh, const TextureUse& use, const TrianglePoint& p,
-              TexelKind kind) {
-  if (use.texture < 0) return {1, 1, 1, 1};
-  const auto& set = mesh.texCoords[use.texCoord == 1 ? 1 : 0];
-  if (set.empty()) return {1, 1, 1, 1};
-  const Vec2 a = set[p.a], b = set[p.b], c = set[p.c];
-  const Vec2 uv{p.blend(a.x, b.x, c.x), p.blend(a.y, b.y, c.y)};
-  return sampleTexture(scene, use.texture, uv, kind);
+/// Half the sides, each texel the mean of the four (at odd edges two or one) that it stands for. Colours are
+/// averaged as light, and weighted by their alpha, so that what cannot be seen does not tint an edge.
+Image halved(const Image& image, bool srgb) {
+  Image half{std::max(image.width / 2, 1), std::max(image.height / 2, 1), image.channels, {}};
+  half.pixels.resize(static_cast<size_t>(half.width) * half.height * half.channels);
+  const auto& decode = decodeTable(srgb);
+  const bool hasAlpha = image.channels % 2 == 0;
+  const int colors = image.channels - (hasAlpha ? 1 : 0);
+  uint8_t* out = half.pixels.data();
+  for (int y = 0; y < half.height; ++y) {
+    for (int x = 0; x < half.width; ++x) {
+      const int right = std::min(2 * x + 1, image.width - 1), below = std::min(2 * y + 1, image.height - 1);
+      const int columns[] = {std::min(2 * x, right), right, std::min(2 * x, right), right};
+      const int rows[] = {std::min(2 * y, below), std::min(2 * y, below), below, below};
+      float sum[3] = {}, plain[3] = {}, weight = 0;
+      for (int i = 0; i < 4; ++i) {
+        const uint8_t* p =
+            &image.pixels[(static_cast<size_t>(rows[i]) * image.width + columns[i]) * image.channels];
+        const float alpha = hasAlpha ? decodeData(p[colors]) : 1;
+        weight += alpha;
+        for (int c = 0; c < colors; ++c) {
+          sum[c] += decode[p[c]] * alpha;
+          plain[c] += decode[p[c]];
+        }
+      }
+      for (int c = 0; c < colors; ++c) {
+        const float mean = weight > 0 ? sum[c] / weight : plain[c] / 4;
+        *out++ = srgb ? linearToSrgb(mean) : static_cast<uint8_t>(mean * 255 + 0.5F);
+      }
+      if (hasAlpha) *out++ = static_cast<uint8_t>(weight / 4 * 255 + 0.5F);
+    }
+  }
+  return half;
 }
 
-Vec4 baseColorAt(const Scene& scene, const Mesh& mesh, const Material& material, const TrianglePoint& p) {
-  const Vec4 texture = sampleAt(scene, mesh, material.baseColorTexture, p, TexelKind::Color);
+/// The binary logarithm, exact to a hundredth, of a positive number.
+float roughLog2(float x) {
+  const auto bits = std::bit_cast<uint32_t>(x);
+  const auto fraction = std::bit_cast<float>((bits & 0x007FFFFFU) | 0x3F800000U);  // 1..2
+  return static_cast<float>(static_cast<int>(bits >> 23) - 127) +
+         (fraction - 1) * (1.3366F + (fraction - 1) * -0.3366F);
+}
+
+}  // namespace
+
+Textures::Textures(const Scene& scene) : scene_(scene) {
+  std::map<std::pair<int, bool>, size_t> known;
+  for (const Texture& t : scene.textures) {
+    const bool missing = t.image < 0 || scene.images[t.image].pixels.empty();
+    const auto [place, isNew] = known.try_emplace({missing ? -1 : t.image, t.srgb}, pictures_.size());
+    if (isNew) pictures_.push_back({missing ? nullptr : &scene.images[t.image], {}});
+    pictureOf_.push_back(place->second);
+    Levels& levels = pictures_[place->second];
+    if (missing || !t.mipmapped || !levels.smaller.empty()) continue;
+    while (levels[levels.last()].width > 1 || levels[levels.last()].height > 1) {
+      levels.smaller.push_back(halved(levels[levels.last()], t.srgb));
+    }
+  }
+}
+
+Vec4 Textures::sample(int texture, Vec2 uv, float footprint) const {
+  const Texture& t = scene_.textures[texture];
+  const Levels& levels = pictures_[pictureOf_[texture]];
+  if (levels.full == nullptr) return {1, 1, 1, 1};
+  const float texels = footprint * static_cast<float>(levels.full->width) * levels.full->height;
+  if (!(texels > 1) || !t.mipmapped) return sampleLevel(*levels.full, t, uv);
+  const float level = std::min(0.5F * roughLog2(texels), static_cast<float>(levels.last()));
+  const int finer = std::min(static_cast<int>(level), levels.last());
+  const float coarser = level - static_cast<float>(finer);
+  const Vec4 fine = sampleLevel(levels[finer], t, uv);
+  return coarser > 0 && finer < levels.last() ? mix(fine, sampleLevel(levels[finer + 1], t, uv), coarser)
+                                              : fine;
+}
+
+Vec4 Textures::sample(const Mesh& mesh, const TextureUse& use, const TrianglePoint& p) const {
+  if (!use) return {1, 1, 1, 1};
+  const auto& set = mesh.texCoords[use.texCoord];
+  if (set.empty()) return {1, 1, 1, 1};
+  const Vec2 a = use.moved(set[p.a]), b = use.moved(set[p.b]), c = use.moved(set[p.c]);
+  const Vec2 uv{p.blend(a.x, b.x, c.x), p.blend(a.y, b.y, c.y)};
+  const float area = std::abs((b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x));
+  return sample(use.texture, uv, p.footprint * area);
+}
+
+Vec4 Textures::baseColor(const Mesh& mesh, const Material& material, const TrianglePoint& p) const {
+  const Vec4 texture = sample(mesh, material.baseColorTexture, p);
   const Vec4& factor = material.baseColor;
   Vec4 color{factor.x * texture.x, factor.y * texture.y, factor.z * texture.z, factor.w * texture.w};
   if (!mesh.colors.empty()) {
@@ -143,13 +213,12 @@ Vec4 baseColorAt(const Scene& scene, const Mesh& mesh, const Material& material,
   return color;
 }
 
-float surfaceAlpha(const Scene& scene, const Mesh& mesh, const Material& material, uint32_t triangle, float u,
-                   float v) {
-  const float alpha = baseColorAt(scene, mesh, material, TrianglePoint(mesh, triangle, u, v)).w;
+float Textures::alpha(const Mesh& mesh, const Material& material, const TrianglePoint& p) const {
+  const float alpha = baseColor(mesh, material, p).w;
   return alpha > 0 ? std::min(alpha, 1.0F) : 0;
 }
 
-float srgbToLinear(uint8_t value) { return decodeTable(TexelKind::Color)[value]; }
+float srgbToLinear(uint8_t value) { return decodeTable(true)[value]; }
 
 uint8_t linearToSrgb(float value) {
   static const std::array<uint8_t, kEncodeSteps + 1> kTable = makeEncodeTable();

@@ -8,8 +8,6 @@
 #include <limits>
 #include <stdexcept>
 
-#include "host/render/texture.h"
-
 namespace host {
 namespace {
 
@@ -70,7 +68,8 @@ struct ShadowContext {
 float alphaAt(const RTCFilterFunctionNArguments* arguments) {
   const auto& source = *static_cast<const AlphaSource*>(arguments->geometryUserPtr);
   const auto* hit = reinterpret_cast<const RTCHit*>(arguments->hit);
-  return surfaceAlpha(*source.scene, *source.mesh, *source.material, hit->primID, hit->u, hit->v);
+  return source.textures->alpha(*source.mesh, *source.material,
+                                TrianglePoint(*source.mesh, hit->primID, hit->u, hit->v));
 }
 
 void passMaskHoles(const RTCFilterFunctionNArguments* arguments) {
@@ -116,10 +115,12 @@ Geometry makeTriangles(const Mesh& mesh, const Mat4& toWorld, AlphaSource* alpha
   return geometry;
 }
 
-Tree makeTree() {
+Tree makeTree(KernelBuild kernel) {
+  int flags = RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION;
+  if (kernel != KernelBuild::Faster) flags |= RTC_SCENE_FLAG_ROBUST;
+  if (kernel == KernelBuild::Compact) flags |= RTC_SCENE_FLAG_COMPACT;
   auto tree = checked<Tree>(rtcNewScene(device()));
-  rtcSetSceneFlags(
-      tree.get(), static_cast<RTCSceneFlags>(RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION));
+  rtcSetSceneFlags(tree.get(), static_cast<RTCSceneFlags>(flags));
   return tree;
 }
 
@@ -190,12 +191,13 @@ RTCRay libraryRay(const Ray& ray) {
 
 void TreeRelease::operator()(RTCSceneTy* tree) const { rtcReleaseScene(tree); }
 
-PreparedScene::Data::Data(const Scene& source) : scene(source), tree(makeTree()) {
+PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild)
+    : scene(source), textures(source), kernel(kernelBuild), tree(makeTree(kernelBuild)) {
   std::vector<int> uses(scene.meshes.size());
   for (const Instance& instance : scene.instances) ++uses[instance.mesh];
   for (const Mesh& mesh : scene.meshes) {
     const Material* material = mesh.material < 0 ? &defaultMaterial : &scene.materials[mesh.material];
-    alphaSources.push_back(std::make_unique<AlphaSource>(AlphaSource{&scene, &mesh, material}));
+    alphaSources.push_back(std::make_unique<AlphaSource>(AlphaSource{&textures, &mesh, material}));
   }
   meshTrees.resize(scene.meshes.size());
 
@@ -218,7 +220,7 @@ PreparedScene::Data::Data(const Scene& source) : scene(source), tree(makeTree())
     placements.back().magnitude = largest(column(toWorld, 3));
     Tree& meshTree = meshTrees[instance.mesh];
     if (!meshTree) {
-      meshTree = makeTree();
+      meshTree = makeTree(kernel);
       rtcAttachGeometry(meshTree.get(), makeTriangles(*alpha->mesh, Mat4{}, alpha).get());
       rtcCommitScene(meshTree.get());
       throwOnDeviceError();

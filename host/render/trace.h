@@ -6,16 +6,23 @@
 #include <vector>
 
 #include "host/render/renderer.h"
+#include "host/render/texture.h"
 
 struct RTCSceneTy;
 
 namespace host {
 
+/// A ray, and how wide the cone is that it stands for. (T. Akenine-Moeller et al., "Texture Level of Detail
+/// Strategies for Real-Time Ray Tracing", Ray Tracing Gems, chapter 20.)
 struct Ray {
   Vec3 origin;     ///< world
   Vec3 direction;  ///< unit
   float tnear = 0;
   float tfar = 1e30F;
+  float width = 0;   ///< metres at the origin
+  float spread = 0;  ///< growth of the width for each metre
+
+  float widthAt(float t) const { return width + spread * t; }
 };
 
 struct Hit {
@@ -70,13 +77,13 @@ using Tree = std::unique_ptr<RTCSceneTy, TreeRelease>;
 
 /// What the alpha tests inside the tree need to know of a mesh.
 struct AlphaSource {
-  const Scene* scene;
+  const Textures* textures;
   const Mesh* mesh;
   const Material* material;
 };
 
 struct PreparedScene::Data {
-  explicit Data(const Scene& scene);
+  Data(const Scene& scene, KernelBuild kernel);
 
   /// The nearest triangle along `ray` that is not cut away by its alpha mask; single-sided ones are looked
   /// through from behind. A ray that is not finite, or starts farther out than the tree can tell places
@@ -90,6 +97,8 @@ struct PreparedScene::Data {
   std::optional<Bounds> bounds() const;
 
   const Scene& scene;
+  const Textures textures;
+  const KernelBuild kernel;
   const Material defaultMaterial;
   std::vector<Placement> placements;  ///< parallel to scene.instances
   std::vector<std::unique_ptr<AlphaSource>> alphaSources;
