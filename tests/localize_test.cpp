@@ -256,6 +256,7 @@ TEST_F(Localize, ExportsWriteAFileForEachLanguage) {
   // Languages are written in the order they are found until one cannot be; a file is whole or not there.
   for (const std::string& code : {std::string("a/"), std::string("a\0", 2)}) {
     forget(out);
+    fs::create_directory(out / "script_a");
     fillScripts([&](host::Script& script) {
       script.data = host::Container();
       if (script.kind == host::ScriptKind::User) setText(script, "zz", kName, u"x");
@@ -269,6 +270,7 @@ TEST_F(Localize, ExportsWriteAFileForEachLanguage) {
     const Files written = filesIn(out);
     EXPECT_EQ(written.size(), 2U);
     EXPECT_EQ(written.count("script_AA.TXT") + written.count("script_zz.TXT"), 2U);
+    EXPECT_TRUE(fs::is_empty(out / "script_a"));
   }
 }
 

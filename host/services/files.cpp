@@ -64,6 +64,14 @@ bool leadsAround(const fs::path& folder, const fs::path& entry) {
   return false;
 }
 
+/// Opens what stands there already. Without O_NONBLOCK a pipe that nobody reads would keep the program
+/// waiting; with it the writing itself would give up too early.
+int openToWrite(const std::string& path) {
+  const int descriptor = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor >= 0) static_cast<void>(fcntl(descriptor, F_SETFL, 0));
+  return descriptor;
+}
+
 }  // namespace
 
 PendingFile::PendingFile(const std::string& name) {
@@ -127,7 +135,7 @@ bool FileStream::openForWriting(const std::string& name) {
   } catch (const std::system_error&) {
     return false;
   }
-  descriptor_ = ::open(pending_->path().c_str(), O_WRONLY | O_CLOEXEC);
+  descriptor_ = openToWrite(pending_->path());
   return descriptor_ >= 0;
 }
 
@@ -251,7 +259,7 @@ std::string readWholeFile(const fs::path& file) {
 
 void writeWholeFile(const std::string& name, std::string_view bytes) {
   PendingFile pending(name);
-  const int descriptor = ::open(pending.path().c_str(), O_WRONLY | O_CLOEXEC);
+  const int descriptor = openToWrite(pending.path());
   if (descriptor < 0) throwErrno(name);
   const bool written = writeAll(descriptor, bytes.data(), static_cast<int64_t>(bytes.size()));
   const int reason = errno;

@@ -25,7 +25,11 @@ int64_t GetTimer() {
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
+/// Tools ask for as much as a file says it has, and a file may say so without having it.
+constexpr uint64_t kLargestBlock = uint64_t{1} << 30;
+
 void* MemAlloc(uint64_t bytes) {
+  if (bytes > kLargestBlock) return nullptr;
   void* block = std::calloc(1, std::max<uint64_t>(bytes, 1));
   if (block != nullptr) countHandle(HandleKind::Memory, 1);
   return block;

@@ -86,6 +86,7 @@ class Export {
     leaf += static_cast<char>(code / 256);
     leaf += static_cast<char>(code % 256);
     leaf += ".TXT";
+    if (leaf.find('/') != std::string::npos) return false;  // it would name a file of another folder
     String name;
     Require(name.Set(leaf.data(), static_cast<uint32_t>(leaf.size()), HOST_ENCODING_BYTES));
     File file;
