@@ -137,6 +137,7 @@ Light sun(Vec3 direction) {
   Light light;
   light.kind = Light::Kind::Directional;
   light.direction = normalize(direction);
+  light.intensity = 3.14159265F;  // a white wall that faces it comes out as white
   return light;
 }
 
@@ -426,7 +427,7 @@ TEST(RenderLight, MattSurfacesFollowTheCosine) {
   Scene scene = wallScene();
   scene.lights = {sun({0, 0, -1})};
   const float facing = lampLight(scene);
-  EXPECT_NEAR(facing, 0.3F, 0.02F);  // exposed for white to come out as 1
+  EXPECT_NEAR(facing, 0.3F, 0.02F);
   scene.lights = {sun({std::sqrt(3.0F), 0, -1})};
   EXPECT_NEAR(lampLight(scene) / facing, 0.5F, 0.05F);
   scene.lights = {sun({0, 0, 1})};
@@ -437,12 +438,27 @@ TEST(RenderLight, MattSurfacesFollowTheCosine) {
   EXPECT_NEAR(lampLight(scene), facing, 0.001F) << "both sides are lit alike";
 }
 
-TEST(RenderLight, UnitsOfTheFileDoNotShow) {
+TEST(RenderLight, ExposureIsAFactorOrMeteredInCoarseSteps) {
   Scene scene = wallScene();
   scene.lights = {sun({0, 0, -1})};
-  const Image dim = render(scene, RendererId::Standard, 8, 8);
-  scene.lights[0].intensity = 100000;
-  EXPECT_EQ(render(scene, RendererId::Standard, 8, 8).pixels, dim.pixels);
+  const float once = lampLight(scene);
+  scene.lights[0].intensity *= 1.5F;
+  EXPECT_NEAR(lampLight(scene) / once, 1.5F, 0.05F) << "a brighter lamp is brighter in the picture";
+  scene.lights[0].intensity *= 8 * 8 * 8;
+  EXPECT_NEAR(lampLight(scene) / once, 1.5F, 0.05F) << "another unit is not";
+  for (const float intensity : {1e-30F, 1e-3F, 683.0F, 100000.0F, 1e30F}) {
+    scene.lights[0].intensity = intensity;
+    EXPECT_TRUE(lampLight(scene) > 0.07F && lampLight(scene) < 0.61F) << intensity;
+  }
+
+  RenderRequest request;
+  request.width = request.height = 1;
+  request.antialiasing = false;
+  request.environment.strength = 0;
+  request.exposure = 0.001F;
+  scene.lights[0].intensity = 3141.59265F;
+  const Image fixed = renderScene(PreparedScene(scene), RendererId::Standard, request);
+  EXPECT_NEAR(linear(fixed.pixels[0]), 0.3F, 0.02F);
 }
 
 TEST(RenderLight, PointLightFallsOffWithDistanceConeAndRange) {

@@ -2,17 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace host {
 namespace {
 
-/// What the meter and the sky are set to.
-struct LightLevel {
-  float key;  ///< reflected by a white matt surface where the meter points
-  float sky;  ///< strength of the sky
-};
-constexpr LightLevel kFixedLight{0.85F, 0.60F};
-constexpr LightLevel kOwnLights{1.00F, 0.24F};
+constexpr float kPi = std::numbers::pi_v<float>;
+constexpr float kFixedLux = 0.85F * kPi;
+constexpr float kSkyWithoutLights = 0.60F, kSkyBesideLights = 0.24F;
+constexpr float kExposureStep = 8, kDarkestWhite = 0.25F;
 constexpr float kFarAway = 1e17F;
 constexpr size_t kMeteredDirections = 16;
 
@@ -33,13 +31,13 @@ Light fixedLight() {
   Light light;
   light.kind = Light::Kind::Directional;
   light.color = {1, 0.97F, 0.92F};
+  light.intensity = kFixedLux;
   light.direction = normalize(Vec3{0.42F, -0.78F, -0.46F});
   return light;
 }
 
-/// The factor that brings the brightest light at the centre to `key`.
-float meter(float key, const std::vector<Light>& lights, const std::optional<Bounds>& bounds) {
-  const Bounds box = bounds.value_or(Bounds{});
+/// How bright the lights make a white matt surface at the centre, turned to where it is brightest.
+float metered(const std::vector<Light>& lights, const Bounds& box) {
   const Vec3 center = (box.low + box.high) * 0.5F;
   const float radius = length(box.high - box.low) * 0.5F;
   std::vector<Illumination> all;
@@ -55,13 +53,28 @@ float meter(float key, const std::vector<Light>& lights, const std::optional<Bou
     }
     brightest = std::max(brightest, sum);
   }
-  return brightest > 1e-30F && brightest < 1e30F ? key / brightest : 1;
+  return brightest;
+}
+
+float exposureFor(float white) {
+  if (!(white > 1e-34F && white < 1e34F)) return 1;
+  float exposure = 1;
+  while (white * exposure < kDarkestWhite) exposure *= kExposureStep;
+  while (white * exposure >= kDarkestWhite * kExposureStep) exposure /= kExposureStep;
+  return exposure;
+}
+
+Sky skyOf(const Environment& environment, bool hasLights) {
+  const float standard = environment.kind == Environment::Kind::White ? 1
+                         : hasLights                                  ? kSkyBesideLights
+                                                                      : kSkyWithoutLights;
+  return {environment.kind, environment.strength.value_or(standard)};
 }
 
 }  // namespace
 
 Lamp::Lamp(const Light& light, float exposure)
-    : light_(light), intensity_(light.color * (light.intensity * exposure)) {
+    : light_(light), intensity_(light.color * (light.intensity * exposure / kPi)) {
   // The falloff between the cones as glTF's KHR_lights_punctual recommends.
   const float inner = std::cos(light.innerCone), outer = std::cos(light.outerCone);
   coneScale_ = 1 / std::max(0.001F, inner - outer);
@@ -100,6 +113,7 @@ Illumination Lamp::metered(Vec3 point, float minDistance) const {
 }
 
 Vec3 Sky::radiance(Vec3 direction, float blur) const {
+  if (white_) return {strength_, strength_, strength_};
   const float width = 0.35F + 0.65F * blur;
   const float above = smoothstep(-width, width * 0.6F, direction.y);
   const Vec3 sky = mix(kHorizon, kZenith, std::max(direction.y, 0.0F));
@@ -108,15 +122,22 @@ Vec3 Sky::radiance(Vec3 direction, float blur) const {
 }
 
 Vec3 Sky::ambient(Vec3 normal) const {
+  if (white_) return {strength_, strength_, strength_};
   const Vec3 sky = mix(kHorizon, kZenith, 0.5F);
   return mix(kGround, sky, 0.5F + 0.5F * normal.y) * strength_;
 }
 
-SceneLights::SceneLights(const Scene& scene, const std::optional<Bounds>& bounds)
-    : sky(scene.lights.empty() ? kFixedLight.sky : kOwnLights.sky) {
-  const std::vector<Light> lights = scene.lights.empty() ? std::vector<Light>{fixedLight()} : scene.lights;
-  const float exposure = meter(scene.lights.empty() ? kFixedLight.key : kOwnLights.key, lights, bounds);
-  for (const Light& light : lights) lamps.emplace_back(light, exposure);
+SceneLights::SceneLights(const Scene& scene, const std::optional<Bounds>& bounds,
+                         const RenderRequest& request)
+    : sky(skyOf(request.environment, !scene.lights.empty())) {
+  if (scene.lights.empty()) {
+    // No second light where the request says what is around.
+    if (request.environment.kind == Environment::Kind::Sky) lamps.emplace_back(fixedLight(), 1.0F);
+    return;
+  }
+  const float exposure =
+      request.exposure > 0 ? request.exposure : exposureFor(metered(scene.lights, bounds.value_or(Bounds{})));
+  for (const Light& light : scene.lights) lamps.emplace_back(light, exposure);
 }
 
 }  // namespace host

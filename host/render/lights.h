@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "host/document/scene.h"
+#include "host/render/renderer.h"
 
 namespace host {
 
@@ -11,10 +11,10 @@ namespace host {
 struct Illumination {
   Vec3 direction;      ///< unit, towards the light
   float distance = 0;  ///< metres
-  Vec3 radiance;       ///< what a white matt surface that faces it reflects; exposed
+  Vec3 radiance;       ///< what a white matt surface that faces it reflects, 1/pi of the irradiance; exposed
 };
 
-/// A lamp with its exposed intensity.
+/// A lamp with its exposed intensity, over pi.
 class Lamp {
  public:
   Lamp(const Light& light, float exposure);
@@ -33,10 +33,12 @@ class Lamp {
   float coneScale_, coneOffset_;
 };
 
-/// A sky without sun: pale above, grey ground below, smooth between.
+/// What is around the scene: a sky without sun, pale above, grey ground below, smooth between; or white on
+/// all sides.
 class Sky {
  public:
-  explicit Sky(float strength) : strength_(strength) {}
+  Sky(Environment::Kind kind, float strength)
+      : white_(kind == Environment::Kind::White), strength_(strength) {}
 
   /// Seen in `direction` (unit), averaged over a wider cone the nearer `blur` is to 1.
   Vec3 radiance(Vec3 direction, float blur) const;
@@ -45,18 +47,22 @@ class Sky {
   Vec3 ambient(Vec3 normal) const;
 
  private:
+  bool white_;
   float strength_;
 };
 
-/// Lamps and sky of a scene, exposed as by an incident light meter held at the centre of `bounds`: the light
-/// that meets a surface there, turned to where it is brightest, is a constant of the picture. So files that
-/// count in thousands of lux and files that count in ones both give a picture, and an exporter's choice of
-/// units does not show.
+/// Lamps and sky of a scene. The lamps' units (lux, candela) become the picture's by a factor, the exposure:
+/// with 1, a white matt surface that meets pi lux is as bright as white.
+///
+/// Unless the request fixes it, the exposure is metered as by an incident light meter at the centre of
+/// `bounds`, in steps of 8: the power of 8 that brings a white surface there to between 1/4 and 2. So files
+/// that count in thousands of lux and files that count in ones both give a picture, files that are right as
+/// they are stay so, and a light that somebody made a little brighter is a little brighter in the picture.
 ///
 /// A scene without lights gets a fixed one from the upper left in front (world +Z is the front), and more
-/// sky.
+/// sky. Sky and emission are in the picture's units already.
 struct SceneLights {
-  SceneLights(const Scene& scene, const std::optional<Bounds>& bounds);
+  SceneLights(const Scene& scene, const std::optional<Bounds>& bounds, const RenderRequest& request);
 
   std::vector<Lamp> lamps;
   Sky sky;

@@ -38,7 +38,7 @@ struct PathSettings {
 /// The light around a scene.
 struct Environment {
   enum class Kind : int32_t { Sky = 0, White = 1 };
-  Kind kind = Kind::Sky;
+  Kind kind = Kind::Sky;          ///< White: and no light is added to scenes that have none
   std::optional<float> strength;  ///< none: strong for scenes without lights, else weak
 };
 

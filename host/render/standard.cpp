@@ -82,7 +82,7 @@ class Standard {
       : data_(data),
         log_(log),
         camera_(data.scene, request.width, request.height),
-        lights_(data.scene, data.bounds()),
+        lights_(data.scene, data.bounds(), request),
         samples_(request.antialiasing ? 4 : 1),
         grid_(request.antialiasing ? kRotatedGrid : kCenter),
         skyReach_(data.bounds() ? 0.5F * length(data.bounds()->high - data.bounds()->low) : 0) {}
