@@ -53,18 +53,6 @@ std::vector<std::string> aligned(const std::vector<Row>& rows) {
   return lines;
 }
 
-void render(HostServices& services, Document& document, Bitmap& bitmap) {
-  const Container& settings = document.renderSettings();
-  RenderRequest request;
-  request.width = settings.getInt32(render_setting::kWidth);
-  request.height = settings.getInt32(render_setting::kHeight);
-  request.threads = services.renderThreads;
-  request.stopped = interruptRequested;
-  if (!bitmap.init(request.width, request.height, 24))
-    throw std::runtime_error("the render settings ask for no possible size");
-  bitmap.assign(DocumentRenderer(document).render(settings, request));
-}
-
 }  // namespace
 
 int listCommands(HostServices& services) {
@@ -116,44 +104,6 @@ int executeCommand(HeadlessHost& host, const ExecuteRequest& request) {
     status = graver(status, finishRun(services, storedRun(services.settings), request.judge, started));
   }
   return status;
-}
-
-int renderOne(HostServices& services, const std::string& scene, const std::string& image) {
-  const bool png = hasSuffix(image, "png");
-  if (!png && !hasSuffix(image, "tif") && !hasSuffix(image, "tiff")) {
-    services.console.printError("'" + image + "': pictures are written as .tif or .png");
-    return kExitUsage;
-  }
-  std::error_code ignored;
-  if (std::filesystem::equivalent(scene, image, ignored)) {
-    services.console.printError("'" + image + "' is the scene itself");
-    return kExitUsage;
-  }
-  const std::string file = normalPath(scene);
-  Bitmap bitmap;
-  try {
-    Document document(file);
-    const std::string unsupported = describeUnsupported(document.sceneFile());
-    if (!unsupported.empty()) services.console.print(file + ": " + unsupported);
-    render(services, document, bitmap);
-  } catch (const SceneError& error) {
-    services.console.printError(file + ": " + error.what());
-    return kExitUsage;
-  } catch (const RenderStopped&) {
-    return kExitStopped;
-  } catch (const std::exception& error) {
-    services.console.printError(file + ": " + error.what());
-    return kExitWrong;
-  }
-  try {
-    const std::string place = normalPath(image);
-    png ? bitmap.savePng(place) : bitmap.saveTiff(place, services.tiffCompression());
-    services.console.print("Created " + place);
-    return kExitGood;
-  } catch (const std::exception& error) {
-    services.console.printError(image + ": " + reasonOf(error));
-    return kExitUsage;
-  }
 }
 
 int adopt(HostServices& services, const std::string& folder, const std::string& links) {

@@ -22,8 +22,6 @@ int listCommands(HostServices& services);
 int listConfiguration(HostServices& services);
 /// Runs one command as a user would.
 int executeCommand(HeadlessHost& host, const ExecuteRequest& request);
-/// Renders one scene to one picture, TIFF or PNG by its suffix.
-int renderOne(HostServices& services, const std::string& scene, const std::string& image);
 /// Links glTF files as scenes.
 int adopt(HostServices& services, const std::string& folder, const std::string& links);
 

@@ -18,6 +18,7 @@
 #include "host/app/exit_status.h"
 #include "host/app/host_options.h"
 #include "host/app/menu_command.h"
+#include "host/app/render_command.h"
 #include "host/app/scripts_command.h"
 #include "host/app/symbol_header.h"
 #include "host/headless/terminal_view.h"
@@ -275,9 +276,16 @@ class Program {
     describeScripts(app, action);
 
     CLI::App* render = app.add_subcommand("render", "renders one scene to one picture");
-    render->add_option("SCENE", scene_, "a *.vesta or glTF file")->required();
-    render->add_option("IMAGE", image_, "a .tif or .png file")->required();
-    render->callback([&] { action = [this] { return renderOne(services(), scene_, image_); }; });
+    const auto words = [&](const char* name, std::vector<std::string>& values, const char* help) {
+      render->add_option(name, values, help)->take_all()->allow_extra_args(false);
+    };
+    render->add_option("SCENE", render_.scene, "a *.vesta or glTF file")->required();
+    render->add_option("IMAGE", render_.image, "a .tif or .png file")->required();
+    render->add_option("--renderer", render_.renderer, "standard, preview, physical, opengl, or an id");
+    render->add_option("--size", render_.size, "WIDTHxHEIGHT in pixels");
+    words("--set", render_.sets, "ID=VALUE: a render setting, over the scene's own");
+    words("--post", render_.posts, "TYPE:ID=VALUE: a setting of a video post, which is added when missing");
+    render->callback([&] { action = [this] { return renderOne(services(), render_); }; });
 
     CLI::App* check = app.add_subcommand("check", "judges a result folder");
     check->add_option("RESULT", folder_, "the folder that holds _result.txt")->required();
@@ -363,8 +371,7 @@ class Program {
   HeadlessHost host_;
 
   // What the command line said.
-  std::string scene_;
-  std::string image_;
+  RenderOrder render_;
   std::string folder_;
   std::string links_;
   std::string reference_;

@@ -62,6 +62,12 @@ VideoPost& Document::appendVideoPost(int32_t type, int32_t flags) {
   return videoPosts_.back();
 }
 
+VideoPost& Document::videoPost(int32_t type) {
+  const auto post = std::find_if(videoPosts_.begin(), videoPosts_.end(),
+                                 [&](const VideoPost& candidate) { return candidate.type == type; });
+  return post != videoPosts_.end() ? *post : appendVideoPost(type, 0);
+}
+
 const VideoPost* Document::activePost(int32_t type) const {
   const auto post = std::find_if(videoPosts_.begin(), videoPosts_.end(),
                                  [&](const VideoPost& candidate) { return candidate.type == type; });
@@ -69,10 +75,8 @@ const VideoPost* Document::activePost(int32_t type) const {
 }
 
 std::list<VideoPost>& Document::videoPosts() {
-  const bool has = std::any_of(videoPosts_.begin(), videoPosts_.end(),
-                               [](const VideoPost& post) { return post.type == kPhysicalRendererId; });
-  if (!has && renderSettings_.getInt32(render_setting::kRenderer) == kPhysicalRendererId) {
-    appendVideoPost(kPhysicalRendererId, 0);
+  if (renderSettings_.getInt32(render_setting::kRenderer) == kPhysicalRendererId) {
+    videoPost(kPhysicalRendererId);
   }
   return videoPosts_;
 }

@@ -72,6 +72,8 @@ class Document {
   /// The video posts; a renderer that needs one of its own gets it here, with default parameters, when the
   /// settings choose that renderer. A list, since its members are lent.
   std::list<VideoPost>& videoPosts();
+  /// The first post of a type; appended, with no parameters, when there is none.
+  VideoPost& videoPost(int32_t type);
   /// The first post of a type, if it is not switched off; else null.
   const VideoPost* activePost(int32_t type) const;
 

@@ -86,6 +86,12 @@ void TerminalView::statusClear() {
   text_.clear();
 }
 
+void TerminalView::renderProgress(int percent) {
+  rendered_ = percent;
+  wipe();
+  draw();
+}
+
 void TerminalView::wipe() {
   if (!drawn_) return;
   std::fputs("\r\x1b[K", stderr);
@@ -94,12 +100,13 @@ void TerminalView::wipe() {
 }
 
 void TerminalView::draw() {
-  if (!showsProgress_ || percent_ < 0) return;
-  std::string progress = " " + std::to_string(percent_) + "%";
+  if (!showsProgress_ || (percent_ < 0 && rendered_ == 100)) return;
+  std::string progress = percent_ < 0 ? "" : " " + std::to_string(percent_) + "%";
   if (percentDone_ > 0 && percentDone_ < 100) {
     const std::chrono::duration<double> spent = Clock::now() - start_;
     progress += "  " + formatDuration(spent.count() * (100 - percentDone_) / percentDone_) + " left";
   }
+  if (rendered_ < 100) progress += "  rendering " + std::to_string(rendered_) + "%";
   progress += "  " + visible(text_);
   std::fprintf(stderr, "\r\x1b[K%s", fitted(progress, terminalWidth() - 1).c_str());
   std::fflush(stderr);

@@ -22,6 +22,7 @@ class TerminalView : public ConsoleView {
   void statusBar(int percent) override;
   void statusText(const std::string& text) override;
   void statusClear() override;
+  void renderProgress(int percent) override;
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -32,6 +33,7 @@ class TerminalView : public ConsoleView {
   bool drawn_ = false;
   int percent_ = -1;     ///< what the bar says: the work that goes on is counted as done
   int percentDone_ = 0;  ///< what it said before
+  int rendered_ = 100;   ///< percent of the render that goes on
   std::string text_;
   Clock::time_point start_;
 };

@@ -9,6 +9,7 @@
 
 #include "host/render/film.h"
 #include "host/render/pixels.h"
+#include "host/render/progress.h"
 #include "host/services/signal_stack.h"
 
 namespace host {
@@ -38,7 +39,10 @@ class TileRun {
         break;  // the system has no thread left: those that run share the tiles
       }
     }
-    renderTiles();
+    {
+      RenderProgress progress(request_);
+      renderTiles([&](int done) { progress.tell(done, across_ * down_); });
+    }
     for (std::future<void>& other : others) other.get();
     if (stopped_) throw RenderStopped();
     return film_.develop();
@@ -48,12 +52,16 @@ class TileRun {
   void help() {
     const SignalStack signalStack;
     prctl(PR_SET_NAME, "render");
-    renderTiles();
+    renderTiles([](int) {});
   }
 
-  void renderTiles() {
+  template <class Tell>
+  void renderTiles(Tell tellOf) {
     const DenormalsAsZero mode;
-    for (int tile = next_++; tile < across_ * down_ && !stopped_; tile = next_++) renderTile(tile);
+    for (int tile = next_++; tile < across_ * down_ && !stopped_; tile = next_++) {
+      renderTile(tile);
+      tellOf(tile);
+    }
   }
 
   void renderTile(int index) {

@@ -60,7 +60,8 @@ struct RenderRequest {
   std::optional<Glow> glow;
   /// Asked often and from several threads; true ends the render with RenderStopped.
   std::function<bool()> stopped = [] { return false; };
-  /// Told the part that is done, 0..1 and rising, a few times a second at most; by one thread at a time.
+  /// Told the part that is done, 0..1 and rising, a few times a second of a render that takes longer, and 1
+  /// at its end, however it ended. Called by the thread that asked for the render.
   std::function<void(double)> progress = [](double) {};
 };
 

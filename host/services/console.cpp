@@ -38,6 +38,7 @@ void noteEvent(const Event& event) {
     case Event::Kind::StatusBar:
     case Event::Kind::StatusText:
     case Event::Kind::StatusClear:
+    case Event::Kind::RenderProgress:
     case Event::Kind::CoreMessage:
       break;
   }
@@ -141,6 +142,9 @@ void Console::showOne(const Event& event) {
       break;
     case Event::Kind::StatusClear:
       view_.statusClear();
+      break;
+    case Event::Kind::RenderProgress:
+      view_.renderProgress(event.number);
       break;
     case Event::Kind::MessageBox:
     case Event::Kind::CoreMessage:

@@ -31,6 +31,8 @@ class ConsoleView {
   virtual void statusBar(int percent) = 0;
   virtual void statusText(const std::string& text) = 0;
   virtual void statusClear() = 0;
+  /// Of the render that goes on; 100: it has ended.
+  virtual void renderProgress(int percent) = 0;
 };
 
 /// Thread: any, but for flush, finish, show and the getters.
@@ -51,6 +53,10 @@ class Console {
   void statusBar(int percent) { send({Event::Kind::StatusBar, percent, {}, {}}); }
   void statusText(std::string text) { send({Event::Kind::StatusText, 0, std::move(text), {}}); }
   void statusClear() { send({Event::Kind::StatusClear, 0, {}, {}}); }
+  /// `part` is 0..1, and 1 at the end of every render that told of less.
+  void renderProgress(double part) {
+    send({Event::Kind::RenderProgress, static_cast<int>(part * 100), {}, {}});
+  }
 
   /// Shows everything that waits. Main thread.
   void flush();

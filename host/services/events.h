@@ -15,9 +15,18 @@
 namespace host {
 
 struct Event {
-  enum class Kind { CoreMessage, ConsoleLine, ErrorLine, MessageBox, StatusBar, StatusText, StatusClear };
+  enum class Kind {
+    CoreMessage,
+    ConsoleLine,
+    ErrorLine,
+    MessageBox,
+    StatusBar,
+    StatusText,
+    StatusClear,
+    RenderProgress
+  };
   Kind kind = Kind::CoreMessage;
-  int32_t number = 0;             ///< the core message's id, the status bar's percent
+  int32_t number = 0;             ///< the core message's id, the percent of a bar
   std::string text;               ///< UTF-8
   std::optional<Container> data;  ///< what was sent with a core message
   std::thread::id sender = std::this_thread::get_id();

@@ -91,6 +91,7 @@ int32_t RenderDocument(HostDocument* document, const HostContainer* settings, Ho
   request.width = behind(settings).getInt32(render_setting::kWidth);
   request.height = behind(settings).getInt32(render_setting::kHeight);
   request.threads = services().renderThreads;
+  request.progress = [](double part) { services().console.renderProgress(part); };
   request.stopped = [thread] {
     return thread != nullptr ? thread->worker.testBreak() : interruptRequested();
   };

@@ -21,12 +21,13 @@ class RecordingView : public host::ConsoleView {
   void statusBar(int percent) override { percents.push_back(percent); }
   void statusText(const std::string& text) override { statusTexts.push_back(text); }
   void statusClear() override { ++clears; }
+  void renderProgress(int percent) override { rendered.push_back(percent); }
 
   bool hasLine(const std::string& text) const { return std::count(lines.begin(), lines.end(), text) > 0; }
   bool hasBox(const std::string& text) const { return std::count(boxes.begin(), boxes.end(), text) > 0; }
 
   std::vector<std::string> lines, errors, boxes, statusTexts;
-  std::vector<int> boxTimes, percents;
+  std::vector<int> boxTimes, percents, rendered;
   int clears = 0;
 };
 
