@@ -89,6 +89,9 @@ struct Material {
   float anisotropy = 0;          ///< 0..1, along the turned tangent
   float anisotropyRotation = 0;  ///< radians, counter-clockwise from the tangent
   TextureUse anisotropyTexture;  ///< (rg direction from -1 to 1, b strength)
+
+  /// Light goes into it and must come out again on the other side, which is there although single-sided.
+  bool hasInside() const { return transmission > 0 && thickness > 0; }
 };
 
 inline constexpr int kTexCoordSets = 4;  ///< that a mesh keeps

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <optional>
 
 #include "host/render/camera.h"
 #include "host/render/lights.h"
@@ -11,7 +12,8 @@
 namespace host {
 namespace {
 
-constexpr int kMaxDepth = 3;            // mirror upon mirror
+constexpr int kMaxMirrors = 3;          // one in another
+constexpr int kMaxPanes = 10;           // surfaces of glass one behind another
 constexpr int kMaxLayers = 32;          // blended surfaces one behind another
 constexpr float kLeastWeight = 0.02F;   // a ray that can change the pixel less than this is not traced
 constexpr float kLeastSkylight = 0.3F;  // of the ambient light, where none of the sky is seen
@@ -46,6 +48,17 @@ Vec3 about(Vec3 normal, Vec3 d) {
   const Vec3 s{b, -normal.z, sign + normal.z * normal.z * a};
   const Vec3 t{1 + sign * normal.x * normal.x * a, -sign * normal.x, sign * b};
   return s * d.z + normal * d.y + t * d.x;
+}
+
+bool isBlack(Vec3 c) { return !(c.x > 0 || c.y > 0 || c.z > 0); }
+
+/// Snell's law for a direction that meets a surface from the side of its normal; `ratio` of the indices
+/// before and behind. Nothing where all is mirrored.
+std::optional<Vec3> refracted(Vec3 direction, Vec3 normal, float ratio) {
+  const float cosine = -dot(direction, normal);
+  const float square = 1 - ratio * ratio * (1 - cosine * cosine);
+  if (square <= 0) return {};
+  return normalize(direction * ratio + normal * (ratio * cosine - std::sqrt(square)));
 }
 
 /// How a pixel turns and shifts the sky directions, so that the steps of a few become a fine grain.
@@ -101,9 +114,11 @@ class Standard {
   /// How a ray came about.
   struct Path {
     int sample;    ///< of the pixel
-    int depth;     ///< mirrors so far
+    int depth;     ///< mirrors and panes so far
     float weight;  ///< largest change that the ray's colour can make to the pixel's
     const SkyTurn& turn;
+
+    Path next(float share) const { return {sample, depth + 1, weight * share, turn}; }
   };
 
   Vec3 radiance(Ray ray, const Path& path) const {
@@ -115,9 +130,8 @@ class Standard {
       const Surface surface = surfaceAt(data_, ray, hit);
       const float coverage = std::clamp(surface.baseColor.w, 0.0F, 1.0F);
       if (coverage > 0) {
-        sum = sum + shade(surface, ray.direction,
-                          {path.sample, path.depth, path.weight * passing * coverage, path.turn}) *
-                        (passing * coverage);
+        const Path here{path.sample, path.depth, path.weight * passing * coverage, path.turn};
+        sum = sum + Shading(*this, surface, ray, hit.t, here).light() * (passing * coverage);
       }
       passing *= 1 - coverage;
       ray.tnear = behind(hit);
@@ -125,55 +139,115 @@ class Standard {
     return sum + lights_.sky.radiance(ray.direction, 0) * passing;
   }
 
-  Vec3 shade(const Surface& surface, Vec3 direction, const Path& path) const {
-    const Reflectance reflectance(materialAt(data_.textures, surface));
-    const Vec3 toViewer = -direction;
-    Vec3 sum = reflectance.emitted;
-    for (const Lamp& lamp : lights_.lamps) sum = sum + lit(surface, reflectance, toViewer, lamp);
+  /// The light that one point of a surface sends along a ray.
+  class Shading {
+   public:
+    Shading(const Standard& renderer, const Surface& surface, const Ray& ray, float distance,
+            const Path& path)
+        : r_(renderer),
+          surface_(surface),
+          ray_(ray),
+          path_(path),
+          width_(ray.widthAt(distance)),
+          material_(materialAt(r_.data_.textures, surface)),
+          reflectance_(material_, surface.normal, -ray.direction) {}
 
-    const float skylight = skylightAt(surface, path);
-    sum = sum + reflectance.diffuse * lights_.sky.ambient(surface.normal) * skylight;
-    // Interpolated normals can mirror into the surface, from where it must come out again.
-    Vec3 mirrored = direction - surface.normal * (2 * dot(direction, surface.normal));
-    mirrored = mirrored - surface.geometric * std::min(0.0F, 2 * dot(mirrored, surface.geometric));
-    const Vec3 share = reflectance.towardsMirror(dot(surface.normal, toViewer));
-    return sum + share * mirrorLight(surface, mirrored, reflectance, skylight, share, path);
-  }
-
-  Vec3 lit(const Surface& surface, const Reflectance& reflectance, Vec3 toViewer, const Lamp& lamp) const {
-    const auto light = lamp.at(surface.position);
-    if (!light || dot(light->direction, surface.normal) <= 0) return {};
-    Ray ray = leaving(surface, surface.litFrom, light->direction);
-    ray.tfar = light->distance * 0.9999F - surface.clearance;
-    const float passing = data_.transmittance(ray, log_);
-    if (passing <= 0) return {};
-    return reflectance.ofLight(surface.normal, toViewer, light->direction) * light->radiance * passing;
-  }
-
-  /// Part of the ambient light that reaches the surface past things near by.
-  float skylightAt(const Surface& surface, const Path& path) const {
-    float open = 0;
-    const int count = kSkyCount / samples_;
-    for (int i = 0; i < count; ++i) {
-      const Vec3 direction =
-          about(surface.normal, path.turn.direction(kSkyDirections[path.sample * count + i]));
-      Ray ray = leaving(surface, surface.litFrom, direction);
-      ray.tfar = skyReach_;
-      open += dot(direction, surface.geometric) > 0 ? data_.transmittance(ray, log_) : 0;
+    Vec3 light() const {
+      if (surface_.material->unlit) return material_.color;
+      const float skylight = skylightFrom(surface_.normal);
+      Vec3 sum = material_.emitted;
+      for (const Lamp& lamp : r_.lights_.lamps) sum = sum + lampLight(lamp);
+      sum = sum + reflectance_.ofSkylight() * r_.lights_.sky.ambient(surface_.normal) * skylight;
+      sum =
+          sum + mirrorLight(reflectance_.mirrored(), material_.roughness, skylight, reflectance_.ofMirror());
+      if (material_.clearcoat > 0) sum = sum + coatLight(skylight);
+      if (material_.transmission > 0) sum = sum + lightFromBehind();
+      return sum;
     }
-    return kLeastSkylight + (1 - kLeastSkylight) * open / static_cast<float>(count);
-  }
 
-  /// What the surface mirrors: things for smooth ones, ever more of the mere sky for rough ones.
-  Vec3 mirrorLight(const Surface& surface, Vec3 direction, const Reflectance& reflectance, float skylight,
-                   Vec3 share, const Path& path) const {
-    const Vec3 sky = lights_.sky.radiance(direction, reflectance.roughness) * skylight;
-    const float weight = path.weight * reflectance.clarity() * std::max({share.x, share.y, share.z});
-    if (path.depth >= kMaxDepth || weight < kLeastWeight) return sky;
-    const Ray ray = leaving(surface, surface.position, direction);
-    const Vec3 seen = radiance(ray, {path.sample, path.depth + 1, weight, path.turn});
-    return sky * (1 - reflectance.clarity()) + seen * reflectance.clarity();
-  }
+   private:
+    Vec3 lampLight(const Lamp& lamp) const {
+      const auto light = lamp.at(surface_.position);
+      if (!light) return {};
+      const Vec3 reflected = reflectance_.ofLight(light->direction);
+      if (isBlack(reflected)) return {};
+      Ray ray = leaving(surface_, surface_.litFrom, light->direction);
+      ray.tfar = light->distance * 0.9999F - surface_.clearance;
+      return reflected * light->radiance * r_.data_.transmittance(ray, r_.log_);
+    }
+
+    /// Part of the ambient light that reaches the surface past things near by.
+    float skylightFrom(Vec3 normal) const {
+      float open = 0;
+      const int count = kSkyCount / r_.samples_;
+      for (int i = 0; i < count; ++i) {
+        const Vec3 direction = about(normal, path_.turn.direction(kSkyDirections[path_.sample * count + i]));
+        Ray ray = leaving(surface_, surface_.litFrom, direction);
+        ray.tfar = r_.skyReach_;
+        open += dot(direction, surface_.geometric) > 0 ? r_.data_.transmittance(ray, r_.log_) : 0;
+      }
+      return kLeastSkylight + (1 - kLeastSkylight) * open / static_cast<float>(count);
+    }
+
+    /// What the surface mirrors: things for smooth ones, ever more of the mere sky for rough ones.
+    Vec3 mirrorLight(Vec3 direction, float roughness, float skylight, Vec3 share) const {
+      // Interpolated normals can mirror into the surface, from where it must come out again.
+      direction = direction - surface_.geometric * std::min(0.0F, 2 * dot(direction, surface_.geometric));
+      const Vec3 sky = r_.lights_.sky.radiance(direction, roughness) * skylight * material_.occlusion;
+      return share * seen(direction, roughness, kMaxMirrors, sky, share);
+    }
+
+    Vec3 coatLight(float skylight) const {
+      const Vec3 normal = material_.clearcoatNormal;
+      const Vec3 direction = ray_.direction - normal * (2 * dot(ray_.direction, normal));
+      const float share = reflectance_.ofCoat();
+      return mirrorLight(direction, material_.clearcoatRoughness, skylight, {share, share, share});
+    }
+
+    /// What stands behind a surface that light comes through: straight for thin walls, else bent.
+    Vec3 lightFromBehind() const {
+      Vec3 share = reflectance_.ofBehind();
+      Vec3 direction = ray_.direction;
+      if (!material_.thin) {
+        const float ratio = surface_.front ? 1 / material_.ior : material_.ior;
+        const auto bent = refracted(ray_.direction, surface_.normal, ratio);
+        direction = bent ? *bent : reflectance_.mirrored();  // none: all is mirrored inside
+      }
+      const Vec3 sky = r_.lights_.sky.radiance(direction, material_.roughness);
+      return share * seen(direction, material_.roughness, kMaxPanes, sky, share);
+    }
+
+    /// What stands in a direction, mixed with `blurred` by how rough the surface is, and what is left of it
+    /// where the way there leads through the inside of glass.
+    Vec3 seen(Vec3 direction, float roughness, int maxDepth, Vec3 blurred, Vec3 share) const {
+      const float clarity = Reflectance::clarity(roughness);
+      const float most = clarity * std::max({share.x, share.y, share.z});
+      if (path_.depth >= maxDepth || path_.weight * most < kLeastWeight) return blurred;
+      Ray ray = leaving(surface_, surface_.position, direction);
+      ray.width = width_;
+      ray.spread = ray_.spread + roughness * roughness;
+      const Vec3 sharp = r_.radiance(ray, path_.next(most)) * leftInside(ray);
+      return blurred * (1 - clarity) + sharp * clarity;
+    }
+
+    /// What the inside of glass leaves of light along a ray that goes through it.
+    Vec3 leftInside(const Ray& ray) const {
+      const bool inside = !material_.thin && (dot(ray.direction, surface_.geometric) < 0) == surface_.front;
+      if (!inside || isBlack(material_.absorption)) return {1, 1, 1};
+      Hit hit;
+      if (!r_.data_.nearest(ray, hit, r_.log_)) return {1, 1, 1};
+      const Vec3 a = material_.absorption * -hit.t;
+      return {std::exp(a.x), std::exp(a.y), std::exp(a.z)};
+    }
+
+    const Standard& r_;
+    const Surface& surface_;
+    const Ray& ray_;
+    const Path& path_;
+    float width_;  // of the ray's cone here
+    MaterialPoint material_;
+    Reflectance reflectance_;
+  };
 
   const PreparedScene::Data& data_;
   RayLog* log_;

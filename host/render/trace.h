@@ -60,7 +60,7 @@ struct Placement {
 
   /// Whether a ray in `direction` meets the side of a triangle that is not there to be seen.
   bool isBackFace(uint32_t index, Vec3 direction) const {
-    return !material->doubleSided && dot(front(triangle(index)), direction) >= 0;
+    return !material->doubleSided && !material->hasInside() && dot(front(triangle(index)), direction) >= 0;
   }
 };
 
