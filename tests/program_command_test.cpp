@@ -286,6 +286,51 @@ TEST_F(ProgramCommand, RendersOneScene) {
   }
 }
 
+TEST_F(ProgramCommand, RendersWithOtherSettingsThanTheScenes) {
+  const fs::path scene = folder / "a.vesta", picture = folder / "a.png";
+  // As bright as white, without the tone curve; a lamp post that spills light, switched off in the file.
+  writeTinyScene(
+      scene,
+      {.renderer = 0, .videoPosts = R"(,"videoPosts":[{"type":1001015,"bits":4,"settings":{"1000":0.5}}])"});
+  const auto rendered = [&](const Words& more) {
+    Words words = {"render", scene, picture};
+    words.insert(words.end(), more.begin(), more.end());
+    EXPECT_EQ(vesta(words).status, 0);
+    return readText(picture);
+  };
+  const std::string plain = rendered({});
+  EXPECT_EQ(rendered({"--renderer", "standard", "--size", "20x12"}), plain);
+  EXPECT_EQ(rendered({"--renderer", "preview"}), rendered({"--set", "5300=1"}));
+  EXPECT_NE(rendered({"--renderer", "preview"}), plain);
+  EXPECT_NE(rendered({"--size", "24x12"}), plain);
+  const std::string bright = rendered({"--set", "7102=1", "--set", "7103=9.5"});
+  EXPECT_NE(bright, plain);
+  EXPECT_EQ(rendered({"--set", "7102=1", "--set", "7103=9.5", "--post", "1001015:1000=0.9"}), bright)
+      << "a post that is switched off does nothing";
+  writeTinyScene(scene, {.renderer = 0});
+  EXPECT_NE(
+      rendered({"--set", "7102=1", "--set", "7103=9.5", "--set", "7101=true", "--post", "1001015:1001=0.2"}),
+      bright);
+
+  for (const Words& wrong : std::vector<Words>{{"--renderer", "foo"},
+                                               {"--size", "3"},
+                                               {"--size", "0x3"},
+                                               {"--size", "99999x3"},
+                                               {"--set", "x=1"},
+                                               {"--set", "1=x"},
+                                               {"--set", "1"},
+                                               {"--post", "1=2"},
+                                               {"--post", "a:1=2"}}) {
+    fs::remove(picture);
+    Words words = {"render", scene, picture};
+    words.insert(words.end(), wrong.begin(), wrong.end());
+    const Ended ended = vesta(words);
+    EXPECT_EQ(ended.status, wrong[1] == "99999x3" ? 1 : 2) << wrong[0] << " " << wrong[1];
+    EXPECT_NE(ended.err, "") << wrong[0] << " " << wrong[1];
+    EXPECT_FALSE(fs::exists(picture));
+  }
+}
+
 TEST_F(ProgramCommand, AdoptedFilesAreScenes) {
   const fs::path models = folder / "models", links = folder / "links";
   writeText(models / "one.gltf", tinySceneText());
