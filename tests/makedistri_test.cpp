@@ -292,6 +292,13 @@ TEST_F(MakeDistri, HeadersThatCannotBeReadAreNamedAndLeftOut) {
   EXPECT_FALSE(errors.empty());
 }
 
+TEST_F(MakeDistri, ANulByteCutsNoValue) {
+  using namespace std::string_literals;
+  header("a.h", "#define A 'x\0y'\n#define B 1\0 + 1\n#define C 3\n"s);
+  build();
+  EXPECT_EQ(symbols(), "B=2,\nC=3,\n") << "outside literals it is a blank";
+}
+
 TEST_F(MakeDistri, TheLimitsAreNamedAndNothingIsLost) {
   std::string many;
   for (int i = 0; i < 50000; ++i) many += "#define S" + std::to_string(i) + " " + std::to_string(i) + "\n";

@@ -114,6 +114,7 @@ class HostHeaderTokens : public HeaderTokens {
 Evaluation EvaluateWithHost(const std::string& text, bool real) {
   HostEvaluation found{};
   Evaluation evaluation;
+  if (text.find('\0') != std::string::npos) return evaluation;  // the host would see its beginning alone
   evaluation.success =
       EvaluateExpression(text.c_str(), real ? HOST_EVALUATE_REAL : HOST_EVALUATE_INTEGER, found);
   evaluation.status = static_cast<uint32_t>(found.status);
