@@ -462,6 +462,8 @@ TEST(RenderRun, StopEndsTheRender) {
     request.stopped = [] { return true; };
     EXPECT_THROW(renderScene(prepared, renderer, request), RenderStopped);
   }
+  EXPECT_THROW(PreparedScene(scene, KernelBuild::Robust, [] { return true; }), RenderStopped);
+  PreparedScene again(scene);  // nothing of the stopped one is left behind
 }
 
 TEST(RenderRun, EmptyScenesShowTheBackground) {

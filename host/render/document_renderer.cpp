@@ -71,7 +71,7 @@ Image DocumentRenderer::render(const Container& settings, RenderRequest request)
   const KernelBuild kernel = renderer == RendererId::Physical ? request.path.kernel : KernelBuild::Robust;
   if (!prepared_ || prepared_->kernel() != kernel) {
     prepared_.reset();  // two trees of a large scene might not fit
-    prepared_ = std::make_unique<PreparedScene>(document_.sceneFile().scene, kernel);
+    prepared_ = std::make_unique<PreparedScene>(document_.sceneFile().scene, kernel, request.stopped);
   }
   return renderScene(*prepared_, renderer, request);
 }

@@ -99,8 +99,8 @@ void requireSize(const RenderRequest& request) {
 
 }  // namespace
 
-PreparedScene::PreparedScene(const Scene& scene, KernelBuild kernel)
-    : data_(std::make_unique<Data>(scene, kernel)) {}
+PreparedScene::PreparedScene(const Scene& scene, KernelBuild kernel, const std::function<bool()>& stopped)
+    : data_(std::make_unique<Data>(scene, kernel, stopped)) {}
 PreparedScene::~PreparedScene() = default;
 KernelBuild PreparedScene::kernel() const { return data_->kernel; }
 

@@ -75,8 +75,11 @@ class RenderStopped : public std::runtime_error {
 /// which must outlive it. Thread: any; several renders may use one at the same time.
 class PreparedScene {
  public:
-  /// Throws std::runtime_error when the tree cannot be built (out of memory).
-  explicit PreparedScene(const Scene& scene, KernelBuild kernel = KernelBuild::Robust);
+  /// Throws std::runtime_error when the tree cannot be built (out of memory), RenderStopped when `stopped`,
+  /// which several threads ask, is true before it is.
+  explicit PreparedScene(
+      const Scene& scene, KernelBuild kernel = KernelBuild::Robust,
+      const std::function<bool()>& stopped = [] { return false; });
   ~PreparedScene();
   PreparedScene(const PreparedScene&) = delete;
   PreparedScene& operator=(const PreparedScene&) = delete;

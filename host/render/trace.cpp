@@ -34,6 +34,8 @@ void throwOnDeviceError() {
   switch (rtcGetDeviceError(device())) {
     case RTC_ERROR_NONE:
       return;
+    case RTC_ERROR_CANCELLED:
+      throw RenderStopped();
     case RTC_ERROR_OUT_OF_MEMORY:
       throw std::runtime_error("not enough memory for the ray tracing tree");
     default:
@@ -124,6 +126,17 @@ Tree makeTree(KernelBuild kernel) {
   return tree;
 }
 
+/// Builds the tree over what was attached.
+void commit(RTCScene tree, const std::function<bool()>& stopped) {
+  const auto goOn = [](void* asked, double) {
+    return !(*static_cast<const std::function<bool()>*>(asked))();
+  };
+  rtcSetSceneProgressMonitorFunction(tree, goOn, const_cast<std::function<bool()>*>(&stopped));
+  rtcCommitScene(tree);
+  throwOnDeviceError();
+  rtcSetSceneProgressMonitorFunction(tree, nullptr, nullptr);
+}
+
 Geometry makeInstance(RTCScene tree, const Mat4& toWorld) {
   auto geometry = checked<Geometry>(rtcNewGeometry(device(), RTC_GEOMETRY_TYPE_INSTANCE));
   rtcSetGeometryInstancedScene(geometry.get(), tree);
@@ -191,7 +204,7 @@ RTCRay libraryRay(const Ray& ray) {
 
 void TreeRelease::operator()(RTCSceneTy* tree) const { rtcReleaseScene(tree); }
 
-PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild)
+PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const std::function<bool()>& stopped)
     : scene(source), textures(source), kernel(kernelBuild), tree(makeTree(kernelBuild)) {
   std::vector<int> uses(scene.meshes.size());
   for (const Instance& instance : scene.instances) ++uses[instance.mesh];
@@ -222,13 +235,11 @@ PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild)
     if (!meshTree) {
       meshTree = makeTree(kernel);
       rtcAttachGeometry(meshTree.get(), makeTriangles(*alpha->mesh, Mat4{}, alpha).get());
-      rtcCommitScene(meshTree.get());
-      throwOnDeviceError();
+      commit(meshTree.get(), stopped);
     }
     rtcAttachGeometryByID(tree.get(), makeInstance(meshTree.get(), toWorld).get(), id);
   }
-  rtcCommitScene(tree.get());
-  throwOnDeviceError();
+  commit(tree.get(), stopped);
 }
 
 std::optional<Bounds> PreparedScene::Data::bounds() const {

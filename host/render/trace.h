@@ -83,7 +83,7 @@ struct AlphaSource {
 };
 
 struct PreparedScene::Data {
-  Data(const Scene& scene, KernelBuild kernel);
+  Data(const Scene& scene, KernelBuild kernel, const std::function<bool()>& stopped);
 
   /// The nearest triangle along `ray` that is not cut away by its alpha mask; single-sided ones are looked
   /// through from behind. A ray that is not finite, or starts farther out than the tree can tell places
