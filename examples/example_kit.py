@@ -245,12 +245,14 @@ def sweep(width, depth, height, bend):
 class Gltf:
     """Collects a scene and writes it as JSON, as JSON with a .bin beside it, or as binary glTF."""
 
-    def __init__(self, renderer=0, width=640, height=360):
+    def __init__(self, renderer=0, width=640, height=360, posts=None):
         settings = {"5008": width, "5009": height, "5300": renderer}
         self.json = {
             "asset": {"version": "2.0", "generator": "examples/make_examples.py"},
             "scene": 0, "scenes": [{"nodes": []}], "extensionsUsed": ["VESTA_document"],
             "extensions": {"VESTA_document": {"fps": 25, "startFrame": 0, "renderSettings": settings}}}
+        if posts:
+            self.json["extensions"]["VESTA_document"]["videoPosts"] = posts
         self.bytes = b""
 
     def put(self, member, value):
@@ -315,6 +317,13 @@ class Gltf:
             self.use("KHR_materials_emissive_strength")
             material["extensions"] = {"KHR_materials_emissive_strength": {"emissiveStrength": strength}}
         return self.put("materials", material)
+
+    def layer(self, material, extension, **values):
+        """Adds one of glTF's material extensions; answers the material."""
+        name = "KHR_materials_" + extension
+        self.use(name)
+        self.json["materials"][material].setdefault("extensions", {})[name] = values
+        return material
 
     def node(self, parent=None, **node):
         index = self.put("nodes", node)

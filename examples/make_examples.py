@@ -169,6 +169,54 @@ def mirrors():
     g.save(HERE / "surface" / "mirrors.vesta")
 
 
+def layers():
+    """Six balls on a board, each with a layer that plain metal and paint lack."""
+    g = Gltf()
+    board = g.material(texture=g.texture(planks()), roughness=0.6)
+    g.place(g.mesh(sweep(30, 24, 16, 6), g.material("#d8dadb", roughness=0.9)), (0, -0.02, -4))
+    g.place(g.mesh(rounded_box(9.4, 0.24, 2.6, 0.08), g.material("#b98d63", roughness=0.5)), (0, -0.24, 0))
+    ball = g.mesh(sphere(1.0, 64, 32), board, textured=True)
+    flakes = Noise(9, 96)
+    paint = g.texture(png(128, 128, lambda x, y: mix(srgb("#7c1420"), srgb("#b02a35"), flakes(x * 0.75, y * 0.75))))
+    lacquer = g.layer(g.material(texture=paint, metallic=0.6, roughness=0.45), "clearcoat", clearcoatFactor=1.0,
+                      clearcoatRoughnessFactor=0.03)
+    velvet = g.layer(g.material("#1d2a57", roughness=1.0), "sheen", sheenColorFactor=[0.75, 0.8, 1.0],
+                     sheenRoughnessFactor=0.35)
+    brushed = g.layer(g.material("#d9c9a8", metallic=1.0, roughness=0.35), "anisotropy", anisotropyStrength=0.9)
+    glass = g.material("#ffffff", roughness=0.0)
+    g.layer(g.layer(glass, "transmission", transmissionFactor=1.0), "ior", ior=1.5)
+    g.layer(glass, "volume", thicknessFactor=1.4, attenuationDistance=1.2, attenuationColor=[0.55, 0.9, 0.75])
+    pearl = g.layer(g.material("#efe6dc", roughness=0.25), "specular", specularFactor=1.0,
+                    specularColorFactor=[1.0, 0.75, 0.85])
+    sign = g.layer(g.material("#f2a33c"), "unlit")
+    for i, material in enumerate([lacquer, velvet, brushed, glass, pearl, sign]):
+        g.place(g.recolored(ball, material), (-3.75 + 1.5 * i, 0.55, 0), scale=[0.67] * 3)
+    g.light("directional", (-5, 9, 6), (0, 0, 0), "#fff4e6", 2.4)
+    g.camera((0.4, 2.2, 9.4), (0, 0.6, 0), 34)
+    g.save(HERE / "surface" / "layers.vesta")
+
+
+def vitrine():
+    """Glass and brass under one bright panel, for the path tracer: soft shadows, colors that spill."""
+    g = Gltf(renderer=1023342, posts=[{"type": 1023342, "settings": {"4001": 64}}])
+    wall = g.material("#dcd6cc", roughness=0.95)
+    for color, x in (("#b4553c", -3.2), ("#3f7a64", 3.2)):
+        g.place(g.mesh(rounded_box(0.1, 4.2, 5, 0.02), g.material(color, roughness=0.95)), (x, 0, 0))
+    for size, position in (((6.5, 0.1, 5), (0, -0.1, 0)), ((6.5, 0.1, 5), (0, 4.2, 0)), ((6.5, 4.3, 0.1), (0, 0, -2.5))):
+        g.place(g.mesh(rounded_box(*size, 0.02), wall), position)
+    g.place(g.mesh(rounded_box(2.2, 0.04, 1.4, 0.01), g.material("#000000", glow="#fff2df", strength=9)), (0, 4.12, 0.2))
+    ball = g.mesh(sphere(1.0, 64, 32), g.material("#e2b45c", metallic=1.0, roughness=0.12))
+    g.place(ball, (-1.45, 0.8, -0.7), scale=[0.8] * 3)
+    glass = g.material("#ffffff", roughness=0.0)
+    g.layer(g.layer(glass, "transmission", transmissionFactor=1.0), "ior", ior=1.5)
+    g.layer(glass, "volume", thicknessFactor=1.2, attenuationDistance=1.5, attenuationColor=[0.6, 0.8, 0.95])
+    g.place(g.recolored(ball, glass), (0.35, 0.62, 0.75), scale=[0.62] * 3)
+    vase = lathe([(0.001, 0), (0.5, 0.02), (0.72, 0.5), (0.5, 1.2), (0.26, 1.7), (0.36, 2.0)], 48, 6)
+    g.place(g.mesh(vase, g.material("#e9e4da", roughness=0.35)), (1.65, 0, -0.8))
+    g.camera((0, 2.0, 9.6), (0, 1.85, 0), 29)
+    g.save(HERE / "light" / "vitrine.vesta")
+
+
 def hills():
     """Land colored at its vertices by height and slope, in a low sun."""
     g = Gltf()
@@ -414,5 +462,5 @@ def blocks():
 
 
 if __name__ == "__main__":
-    for make in (marbles, gallery, lamp, mirrors, hills, garden, scroll, orrery, blocks):
+    for make in (marbles, gallery, lamp, mirrors, layers, hills, garden, scroll, orrery, blocks):
         make()

@@ -194,7 +194,7 @@ TEST_F(SceneTest, ReadsMaterialsAndOnlyThePicturesTheyShow) {
   gltf.root["materials"] = json::parse(R"([{"name": "unused", "emissiveTexture": {"index": 2}}, {
       "name": "used", "alphaMode": "MASK", "alphaCutoff": 0.25, "doubleSided": true,
       "emissiveFactor": [1, 0.5, 0], "emissiveTexture": {"index": 1, "texCoord": 3},
-      "normalTexture": {"index": 2},
+      "normalTexture": {"index": 0, "scale": 0.5}, "occlusionTexture": {"index": 1, "strength": 0.25},
       "extensions": {"KHR_materials_emissive_strength": {"emissiveStrength": 4}},
       "pbrMetallicRoughness": {"metallicFactor": 0.5, "baseColorFactor": [0.1, 0.2, 0.3, 1],
         "baseColorTexture": {"index": 0, "extensions": {"KHR_texture_transform":
@@ -234,7 +234,10 @@ TEST_F(SceneTest, ReadsMaterialsAndOnlyThePicturesTheyShow) {
   EXPECT_NEAR(moved(2).x, 13, 1e-5);
   EXPECT_NEAR(moved(2).y, 20, 1e-5);
   EXPECT_FLOAT_EQ(mesh.texCoords[material.emissiveTexture.texCoord].at(0).y, 1);
-  EXPECT_EQ(file.unsupported, (std::vector<std::string>{"1 normal map"}));
+  EXPECT_FLOAT_EQ(material.normalScale, 0.5F);
+  EXPECT_FLOAT_EQ(material.occlusionStrength, 0.25F);
+  EXPECT_NE(material.normalTexture.texture, material.baseColorTexture.texture) << "no colours";
+  EXPECT_EQ(file.unsupported, std::vector<std::string>{});
 
   writeFile(folder_ / "red dot.png", "not a picture");
   try {
@@ -245,6 +248,56 @@ TEST_F(SceneTest, ReadsMaterialsAndOnlyThePicturesTheyShow) {
   }
 }
 
+TEST_F(SceneTest, ReadsTheExtensionsOfMaterials) {
+  GltfBuilder gltf = triangle();
+  json& primitive = gltf.root["meshes"][0]["primitives"][0];
+  primitive["material"] = 0;
+  primitive["attributes"]["TEXCOORD_1"] = gltf.accessor<float>({0, 0, 1, 0, 0, 1}, kFloat, "VEC2");
+  primitive["attributes"]["TANGENT"] =
+      gltf.accessor<float>({2, 0, 0, 1, 2, 0, 0, 1, 2, 0, 0, -1}, kFloat, "VEC4");
+  gltf.root["textures"] = json::parse(R"([{"source": 0}])");
+  gltf.root["images"] = json::parse(R"([{"uri": "dot.png"}])");
+  writePng(folder_ / "dot.png", Image{1, 1, 3, {1, 2, 3}});
+  gltf.root["materials"] = json::parse(R"([{"extensions": {
+    "KHR_materials_unlit": {},
+    "KHR_materials_ior": {"ior": 1.25},
+    "KHR_materials_specular": {"specularFactor": 0.5, "specularColorFactor": [2, 1, -1],
+      "specularColorTexture": {"index": 0, "texCoord": 1,
+        "extensions": {"KHR_texture_transform": {"offset": [3, 4]}}}},
+    "KHR_materials_transmission": {"transmissionFactor": 0.75, "transmissionTexture": {"index": 0}},
+    "KHR_materials_volume": {"thicknessFactor": 2, "attenuationDistance": 3, "attenuationColor": [0.5, 1, 7]},
+    "KHR_materials_clearcoat": {"clearcoatFactor": 0.25, "clearcoatRoughnessFactor": 0.125,
+      "clearcoatNormalTexture": {"index": 0, "scale": 0.5}},
+    "KHR_materials_sheen": {"sheenColorFactor": [0.5, 0.25, 0], "sheenRoughnessFactor": 0.375},
+    "KHR_materials_anisotropy": {"anisotropyStrength": 0.625, "anisotropyRotation": 1.5}}}])");
+  const SceneFile file = load(gltf);
+  const Material& m = file.scene.materials.at(0);
+  EXPECT_TRUE(m.unlit);
+  EXPECT_FLOAT_EQ(m.ior, 1.25F);
+  EXPECT_FLOAT_EQ(m.specular, 0.5F);
+  expectNear(m.specularColor, {2, 1, 0});
+  EXPECT_EQ(m.specularColorTexture.texCoord, 1);
+  EXPECT_FLOAT_EQ(m.specularColorTexture.moved({0, 0}).y, 4);
+  EXPECT_FLOAT_EQ(m.transmission, 0.75F);
+  EXPECT_TRUE(m.transmissionTexture);
+  EXPECT_FLOAT_EQ(m.thickness, 2);
+  EXPECT_FLOAT_EQ(m.attenuationDistance, 3);
+  expectNear(m.attenuationColor, {0.5F, 1, 1});
+  EXPECT_FLOAT_EQ(m.clearcoat, 0.25F);
+  EXPECT_FLOAT_EQ(m.clearcoatRoughness, 0.125F);
+  EXPECT_FLOAT_EQ(m.clearcoatNormalScale, 0.5F);
+  expectNear(m.sheenColor, {0.5F, 0.25F, 0});
+  EXPECT_FLOAT_EQ(m.sheenRoughness, 0.375F);
+  EXPECT_FLOAT_EQ(m.anisotropy, 0.625F);
+  EXPECT_FLOAT_EQ(m.anisotropyRotation, 1.5F);
+  EXPECT_EQ(file.scene.meshes[0].tangents.at(2).x, 1);
+  EXPECT_EQ(file.scene.meshes[0].tangents.at(2).w, -1);
+  EXPECT_EQ(file.unsupported, std::vector<std::string>{});
+
+  gltf.root["materials"][0]["extensions"]["KHR_materials_transmission"]["transmissionTexture"]["index"] = 9;
+  EXPECT_THROW(load(gltf), SceneError);
+}
+
 TEST_F(SceneTest, NamesOnceWhatItRendersWithout) {
   GltfBuilder gltf = triangle();
   json points = gltf.root["meshes"][0]["primitives"][0];
@@ -252,15 +305,15 @@ TEST_F(SceneTest, NamesOnceWhatItRendersWithout) {
   gltf.root["meshes"][0]["primitives"].push_back(points);
   gltf.root["meshes"][0]["primitives"].push_back(points);
   gltf.node({{"mesh", 0}});
-  gltf.root["extensionsUsed"] = {"KHR_materials_sheen", "KHR_lights_punctual"};
-  gltf.root["extensionsRequired"] = {"KHR_materials_sheen"};
+  gltf.root["extensionsUsed"] = {"KHR_materials_iridescence", "KHR_lights_punctual"};
+  gltf.root["extensionsRequired"] = {"KHR_materials_iridescence"};
   gltf.root["animations"] = json::parse(R"([{"channels": [], "samplers": []}])");
   gltf.root["meshes"][0]["primitives"][0]["targets"] = json::parse(R"([{"POSITION": 0}])");
   const SceneFile file = load(gltf);
   EXPECT_EQ(file.scene.instances.size(), 2U);
   EXPECT_EQ(file.unsupported,
             (std::vector<std::string>{
-                "extension KHR_materials_sheen", "1 animation (everything stands as in the file)",
+                "extension KHR_materials_iridescence", "1 animation (everything stands as in the file)",
                 "1 mesh with morph targets (shown in the base shape)", "2 primitives of points (left out)"}));
 }
 
@@ -295,11 +348,14 @@ TEST(Examples, LoadWholeWithCameraAndLights) {
     const SceneFile file = loadScene(entry.path());
     EXPECT_TRUE(file.unsupported.empty()) << entry.path();
     EXPECT_TRUE(file.scene.camera.has_value()) << entry.path();
-    EXPECT_FALSE(file.scene.lights.empty()) << entry.path();
+    const auto& materials = file.scene.materials;
+    EXPECT_TRUE(!file.scene.lights.empty() || std::any_of(materials.begin(), materials.end(),
+                                                          [](const Material& m) { return m.emissive.x > 1; }))
+        << entry.path();
     EXPECT_EQ(file.document.renderSettings.size(), 3U) << entry.path();
     ++scenes;
   }
-  EXPECT_EQ(scenes, 9);
+  EXPECT_EQ(scenes, 10);
 }
 
 }  // namespace

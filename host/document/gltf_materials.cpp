@@ -29,12 +29,63 @@ void moveTexture(const tinygltf::Value& transform, TextureUse& use) {
   if (transform.Has("texCoord")) use.texCoord = transform.Get("texCoord").GetNumberAsInt();
 }
 
-Vec3 emissive(const tinygltf::Material& source) {
-  double strength = 1;
-  const auto found = source.extensions.find("KHR_materials_emissive_strength");
-  if (found != source.extensions.end() && found->second.Has("emissiveStrength")) {
-    strength = std::max(found->second.Get("emissiveStrength").GetNumberAsDouble(), 0.0);
+Vec3 unitFactors(Vec3 v) { return {unitFactor(v.x), unitFactor(v.y), unitFactor(v.z)}; }
+float notNegative(double value) { return static_cast<float>(std::max(value, 0.0)); }
+
+/// One of a material's extensions; its members have the types that the schema demands.
+class Extension {
+ public:
+  Extension(const tinygltf::Material& material, const char* name) {
+    const auto found = material.extensions.find(std::string("KHR_materials_") + name);
+    if (found != material.extensions.end() && found->second.IsObject()) value_ = &found->second;
   }
+  explicit operator bool() const { return value_ != nullptr; }
+
+  double number(const char* member, double fallback) const {
+    return value_->Has(member) ? value_->Get(member).GetNumberAsDouble() : fallback;
+  }
+  Vec3 color(const char* member, Vec3 fallback) const {
+    const tinygltf::Value& value = value_->Get(member);
+    if (!value.IsArray() || value.ArrayLen() != 3) return fallback;
+    const auto channel = [&](int i) { return notNegative(value.Get(i).GetNumberAsDouble()); };
+    return {channel(0), channel(1), channel(2)};
+  }
+  tinygltf::TextureInfo texture(const char* member) const {
+    tinygltf::TextureInfo info;
+    const tinygltf::Value& value = value_->Get(member);
+    if (!value.IsObject()) return info;
+    info.index = value.Get("index").GetNumberAsInt();
+    if (value.Has("texCoord")) info.texCoord = value.Get("texCoord").GetNumberAsInt();
+    const tinygltf::Value& extensions = value.Get("extensions");
+    if (extensions.IsObject() && extensions.Has("KHR_texture_transform")) {
+      info.extensions["KHR_texture_transform"] = extensions.Get("KHR_texture_transform");
+    }
+    return info;
+  }
+  /// The "scale" of a normal map.
+  float scale(const char* member) const {
+    const tinygltf::Value& value = value_->Get(member);
+    return value.IsObject() && value.Has("scale") ? static_cast<float>(value.Get("scale").GetNumberAsDouble())
+                                                  : 1;
+  }
+
+ private:
+  const tinygltf::Value* value_ = nullptr;
+};
+
+/// A texture's index, coordinates and transform, whatever else belongs to it.
+template <class Info>
+tinygltf::TextureInfo plainInfo(const Info& special) {
+  tinygltf::TextureInfo info;
+  info.index = special.index;
+  info.texCoord = special.texCoord;
+  info.extensions = special.extensions;
+  return info;
+}
+
+Vec3 emissive(const tinygltf::Material& source) {
+  const Extension extension(source, "emissive_strength");
+  const double strength = extension ? std::max(extension.number("emissiveStrength", 1), 0.0) : 1;
   const auto channel = [&](size_t i) {
     return static_cast<float>(std::clamp(source.emissiveFactor[i], 0.0, 1.0) * strength);
   };
@@ -100,9 +151,71 @@ BuiltMaterial MaterialBuilder::build(const tinygltf::Material& source) {
   material.baseColorTexture = useTexture(pbr.baseColorTexture, TexelKind::Color, built);
   material.metallicRoughnessTexture = useTexture(pbr.metallicRoughnessTexture, TexelKind::Data, built);
   material.emissiveTexture = useTexture(source.emissiveTexture, TexelKind::Color, built);
+  material.normalTexture = useTexture(plainInfo(source.normalTexture), TexelKind::Data, built);
+  material.normalScale = static_cast<float>(source.normalTexture.scale);
+  material.occlusionTexture = useTexture(plainInfo(source.occlusionTexture), TexelKind::Data, built);
+  material.occlusionStrength = unitFactor(source.occlusionTexture.strength);
+  material.unlit = source.extensions.count("KHR_materials_unlit") > 0;
+  addMirror(source, material, built);
+  addInside(source, material, built);
+  addLayers(source, material, built);
+  built.tangents = material.normalTexture || material.clearcoatNormalTexture || material.anisotropy > 0;
   built.material = static_cast<int>(scene_.materials.size());
   scene_.materials.push_back(std::move(material));
   return built;
+}
+
+void MaterialBuilder::addMirror(const tinygltf::Material& source, Material& material, BuiltMaterial& built) {
+  if (const Extension ior{source, "ior"}) {
+    const float index = notNegative(ior.number("ior", material.ior));
+    material.ior = index > 0 ? std::max(index, 1.0F) : 0;
+  }
+  if (const Extension specular{source, "specular"}) {
+    material.specular = unitFactor(specular.number("specularFactor", 1));
+    material.specularTexture = useTexture(specular.texture("specularTexture"), TexelKind::Data, built);
+    material.specularColor = specular.color("specularColorFactor", {1, 1, 1});
+    material.specularColorTexture =
+        useTexture(specular.texture("specularColorTexture"), TexelKind::Color, built);
+  }
+  if (const Extension anisotropy{source, "anisotropy"}) {
+    material.anisotropy = unitFactor(anisotropy.number("anisotropyStrength", 0));
+    material.anisotropyRotation = static_cast<float>(anisotropy.number("anisotropyRotation", 0));
+    material.anisotropyTexture = useTexture(anisotropy.texture("anisotropyTexture"), TexelKind::Data, built);
+  }
+}
+
+void MaterialBuilder::addInside(const tinygltf::Material& source, Material& material, BuiltMaterial& built) {
+  if (const Extension transmission{source, "transmission"}) {
+    material.transmission = unitFactor(transmission.number("transmissionFactor", 0));
+    material.transmissionTexture =
+        useTexture(transmission.texture("transmissionTexture"), TexelKind::Data, built);
+  }
+  if (const Extension volume{source, "volume"}) {
+    material.thickness = notNegative(volume.number("thicknessFactor", 0));
+    material.thicknessTexture = useTexture(volume.texture("thicknessTexture"), TexelKind::Data, built);
+    material.attenuationDistance = notNegative(volume.number("attenuationDistance", 0));
+    material.attenuationColor = unitFactors(volume.color("attenuationColor", {1, 1, 1}));
+  }
+}
+
+void MaterialBuilder::addLayers(const tinygltf::Material& source, Material& material, BuiltMaterial& built) {
+  if (const Extension coat{source, "clearcoat"}) {
+    material.clearcoat = unitFactor(coat.number("clearcoatFactor", 0));
+    material.clearcoatTexture = useTexture(coat.texture("clearcoatTexture"), TexelKind::Data, built);
+    material.clearcoatRoughness = unitFactor(coat.number("clearcoatRoughnessFactor", 0));
+    material.clearcoatRoughnessTexture =
+        useTexture(coat.texture("clearcoatRoughnessTexture"), TexelKind::Data, built);
+    material.clearcoatNormalTexture =
+        useTexture(coat.texture("clearcoatNormalTexture"), TexelKind::Data, built);
+    material.clearcoatNormalScale = coat.scale("clearcoatNormalTexture");
+  }
+  if (const Extension sheen{source, "sheen"}) {
+    material.sheenColor = unitFactors(sheen.color("sheenColorFactor", {0, 0, 0}));
+    material.sheenColorTexture = useTexture(sheen.texture("sheenColorTexture"), TexelKind::Color, built);
+    material.sheenRoughness = unitFactor(sheen.number("sheenRoughnessFactor", 0));
+    material.sheenRoughnessTexture =
+        useTexture(sheen.texture("sheenRoughnessTexture"), TexelKind::Data, built);
+  }
 }
 
 TextureUse MaterialBuilder::useTexture(const tinygltf::TextureInfo& info, TexelKind kind,

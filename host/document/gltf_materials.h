@@ -14,6 +14,7 @@ namespace host {
 struct BuiltMaterial {
   int material = -1;                       ///< index into Scene::materials
   std::array<bool, kTexCoordSets> sets{};  ///< which of Mesh::texCoords its textures are looked up with
+  bool tangents = false;                   ///< whether it needs Mesh::tangents
 };
 
 enum class TexelKind { Data, Color };
@@ -31,6 +32,9 @@ class MaterialBuilder {
 
  private:
   BuiltMaterial build(const tinygltf::Material& source);
+  void addMirror(const tinygltf::Material& source, Material& material, BuiltMaterial& built);
+  void addInside(const tinygltf::Material& source, Material& material, BuiltMaterial& built);
+  void addLayers(const tinygltf::Material& source, Material& material, BuiltMaterial& built);
   TextureUse useTexture(const tinygltf::TextureInfo& info, TexelKind kind, BuiltMaterial& built);
   int texture(int index, TexelKind kind);
   int image(int index);

@@ -67,6 +67,18 @@ std::vector<Vec4> readColors(const tinygltf::Model& model, const tinygltf::Acces
   return colors;
 }
 
+/// Of unit length, with a sign in w. Empty when one of them has no direction: others are derived then.
+std::vector<Vec4> readTangents(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
+  expectType(accessor, TINYGLTF_TYPE_VEC4, "TANGENT");
+  std::vector<Vec4> tangents = readVectors<Vec4>(model, accessor);
+  for (Vec4& t : tangents) {
+    const Vec3 unit = normalize(Vec3{t.x, t.y, t.z});
+    if (!(std::abs(length(unit) - 1) < 0.01F)) return {};
+    t = {unit.x, unit.y, unit.z, t.w < 0 ? -1.0F : 1.0F};
+  }
+  return tangents;
+}
+
 std::vector<uint32_t> stripTriangles(const std::vector<uint32_t>& corners) {
   std::vector<uint32_t> result;
   for (size_t i = 0; i + 2 < corners.size(); ++i) {
@@ -170,8 +182,9 @@ Mesh MeshBuilder::build(const tinygltf::Primitive& primitive, const BuiltMateria
   const uint64_t corners = primitive.indices < 0
                                ? positions.count
                                : model_.accessors[static_cast<size_t>(primitive.indices)].count;
-  // Positions, normals, two coordinates and colours a vertex; a strip has three indices for each corner.
-  takeMemory(positions.count * 56 + corners * 12);
+  // Positions, normals, tangents, two coordinates and colours a vertex; a strip has three indices for each
+  // corner.
+  takeMemory(positions.count * 72 + corners * 12);
   Mesh mesh;
   mesh.positions = readPositions(model_, positions);
   std::vector<uint32_t> order;
@@ -203,6 +216,8 @@ void MeshBuilder::readAttributes(const tinygltf::Primitive& primitive, const Bui
     mesh.normals = readVectors<Vec3>(model_, *normals);
     normalizeNormals(mesh);
   }
+  const auto* tangents = material.tangents && !mesh.normals.empty() ? find("TANGENT") : nullptr;
+  if (tangents != nullptr) mesh.tangents = readTangents(model_, *tangents);
   for (size_t set = 0; set < material.sets.size(); ++set) {
     if (!material.sets[set]) continue;
     const auto* coords = find("TEXCOORD_" + std::to_string(set));

@@ -1,16 +1,18 @@
 #include "host/document/gltf_unsupported.h"
 
 #include <algorithm>
-#include <array>
 #include <set>
 #include <string_view>
 
 namespace host {
 namespace {
 
-constexpr std::array<std::string_view, 5> kSupportedExtensions = {
-    "KHR_lights_punctual", "KHR_materials_emissive_strength", "KHR_mesh_quantization",
-    "KHR_texture_transform", "VESTA_document"};
+constexpr std::string_view kSupportedExtensions[] = {
+    "KHR_lights_punctual",    "KHR_materials_anisotropy",   "KHR_materials_clearcoat",
+    "KHR_materials_ior",      "KHR_materials_sheen",        "KHR_materials_emissive_strength",
+    "KHR_materials_specular", "KHR_materials_transmission", "KHR_materials_unlit",
+    "KHR_materials_volume",   "KHR_mesh_quantization",      "KHR_texture_transform",
+    "VESTA_document"};
 
 std::string counted(size_t count, const char* singular, const char* plural) {
   return std::to_string(count) + " " + (count == 1 ? singular : plural);
@@ -37,8 +39,8 @@ void addExtensions(const tinygltf::Model& model, Phrases& phrases) {
   std::set<std::string> names(model.extensionsUsed.begin(), model.extensionsUsed.end());
   names.insert(model.extensionsRequired.begin(), model.extensionsRequired.end());
   for (const std::string& name : names) {
-    const auto supported = std::find(kSupportedExtensions.begin(), kSupportedExtensions.end(), name);
-    if (supported == kSupportedExtensions.end()) phrases.add("extension " + excerpt(name));
+    const auto supported = std::find(std::begin(kSupportedExtensions), std::end(kSupportedExtensions), name);
+    if (supported == std::end(kSupportedExtensions)) phrases.add("extension " + excerpt(name));
   }
 }
 
@@ -53,14 +55,6 @@ void addMotion(const tinygltf::Model& model, Phrases& phrases) {
               " (shown in the base shape)");
 }
 
-void addMaterials(const tinygltf::Model& model, Phrases& phrases) {
-  const auto& materials = model.materials;
-  phrases.add(countIf(materials, [](const tinygltf::Material& m) { return m.normalTexture.index >= 0; }),
-              "normal map", "normal maps", "");
-  phrases.add(countIf(materials, [](const tinygltf::Material& m) { return m.occlusionTexture.index >= 0; }),
-              "occlusion map", "occlusion maps", "");
-}
-
 }  // namespace
 
 std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const SkippedPrimitives& skipped,
@@ -68,7 +62,6 @@ std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const
   Phrases phrases;
   addExtensions(model, phrases);
   addMotion(model, phrases);
-  addMaterials(model, phrases);
   phrases.add(static_cast<size_t>(sharedTexCoords), "texture with a fifth set of coordinates",
               "textures with a fifth set of coordinates", " (placed by the first set)");
   phrases.add(static_cast<size_t>(skipped.points), "primitive of points", "primitives of points",
