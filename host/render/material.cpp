@@ -54,6 +54,8 @@ class Reader {
     const Vec3 tint = material_.specularColor * color(material_.specularColorTexture);
     const Vec3 dielectric = unit(tint * (ior > 0 ? ratio * ratio : 1)) * specular;
     m.ior = std::max(ior, 1.0F);
+    m.dielectricMirror = dielectric;
+    m.dielectricGrazing = specular;
     m.mirror = mix(dielectric, m.color, m.metallic);
     m.grazing = specular * (1 - m.metallic) + m.metallic;
   }

@@ -14,8 +14,10 @@ struct MaterialPoint {
   float occlusion = 1;  ///< part of the light from all around that reaches the point
   Vec3 emitted;
 
-  Vec3 mirror;             ///< part mirrored at normal incidence, metal included: F0
-  float grazing = 1;       ///< part mirrored at grazing incidence: F90
+  Vec3 mirror;            ///< part mirrored at normal incidence, metal included: F0
+  float grazing = 1;      ///< part mirrored at grazing incidence: F90
+  Vec3 dielectricMirror;  ///< the same two without the metal
+  float dielectricGrazing = 1;
   float ior = 1.5F;        ///< of what is inside, 1 or more
   float transmission = 0;  ///< part of the light that is not mirrored and goes through
   bool thin = true;        ///< a wall without an inside: light goes through and is not bent

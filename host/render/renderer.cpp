@@ -115,6 +115,8 @@ Image renderScene(const PreparedScene& scene, RendererId renderer, const RenderR
     }
     case RendererId::Standard:
       return TileRun(request, standardPixels(scene.data(), request)).run();
+    case RendererId::Physical:
+      return TileRun(request, physicalPixels(scene.data(), request)).run();
     default:
       throw std::runtime_error("there is no renderer " + std::to_string(static_cast<int32_t>(renderer)));
   }

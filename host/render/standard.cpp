@@ -173,7 +173,7 @@ class Standard {
       if (isBlack(reflected)) return {};
       Ray ray = leaving(surface_, surface_.litFrom, light->direction);
       ray.tfar = light->distance * 0.9999F - surface_.clearance;
-      return reflected * light->radiance * r_.data_.transmittance(ray, r_.log_);
+      return reflected * light->radiance * r_.data_.lampLight(ray, r_.log_);
     }
 
     /// Part of the ambient light that reaches the surface past things near by.

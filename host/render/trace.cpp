@@ -62,7 +62,8 @@ struct NearestContext {
 
 struct ShadowContext {
   RTCIntersectContext base;  // first, too
-  float transmittance = 1;
+  bool throughGlass = false;
+  Vec3 passing{1, 1, 1};
 };
 
 // The library calls these with one ray at a time, because only such calls are made here.
@@ -79,10 +80,37 @@ void passMaskHoles(const RTCFilterFunctionNArguments* arguments) {
   if (alphaAt(arguments) < source.material->alphaCutoff) arguments->valid[0] = 0;
 }
 
-void passBlendedLight(const RTCFilterFunctionNArguments* arguments) {
+/// What glass lets through of light from a lamp, where it is met head-on.
+Vec3 throughGlass(const AlphaSource& source, const RTCHit& hit) {
+  const Material& material = *source.material;
+  const TrianglePoint p(*source.mesh, hit.primID, hit.u, hit.v);
+  const Vec4 color = source.textures->baseColor(*source.mesh, material, p);
+  const float metallic =
+      material.metallic * source.textures->sample(*source.mesh, material.metallicRoughnessTexture, p).z;
+  const float mirror = (material.ior - 1) / (material.ior + 1);
+  const float part = material.transmission *
+                     source.textures->sample(*source.mesh, material.transmissionTexture, p).x *
+                     (1 - metallic) * (1 - mirror * mirror);
+  // An inside takes the colour once, on two surfaces.
+  const auto tint = [&](float c) { return part * (material.hasInside() ? std::sqrt(std::max(c, 0.0F)) : c); };
+  return {tint(color.x), tint(color.y), tint(color.z)};
+}
+
+void passLight(const RTCFilterFunctionNArguments* arguments) {
   auto& context = *reinterpret_cast<ShadowContext*>(arguments->context);
-  context.transmittance *= 1 - alphaAt(arguments);
-  if (context.transmittance > 0.01F) arguments->valid[0] = 0;
+  const auto& source = *static_cast<const AlphaSource*>(arguments->geometryUserPtr);
+  const AlphaMode mode = source.material->alphaMode;
+  if (mode == AlphaMode::Mask && alphaAt(arguments) < source.material->alphaCutoff) {
+    arguments->valid[0] = 0;
+    return;
+  }
+  const float alpha = mode == AlphaMode::Blend ? alphaAt(arguments) : 1;
+  Vec3 passing{1 - alpha, 1 - alpha, 1 - alpha};
+  if (context.throughGlass && source.material->transmission > 0) {
+    passing = passing + throughGlass(source, *reinterpret_cast<const RTCHit*>(arguments->hit)) * alpha;
+  }
+  context.passing = context.passing * passing;
+  if (std::max({context.passing.x, context.passing.y, context.passing.z}) > 0.01F) arguments->valid[0] = 0;
 }
 
 unsigned placementOf(const RTCHit& hit) {
@@ -106,11 +134,11 @@ Geometry makeTriangles(const Mesh& mesh, const Mat4& toWorld, AlphaSource* alpha
                  [&](Vec3 p) { return transformPoint(toWorld, p); });
   rtcSetSharedGeometryBuffer(geometry.get(), RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.indices.data(),
                              0, 3 * sizeof(uint32_t), mesh.indices.size() / 3);
-  if (alpha->material->alphaMode != AlphaMode::Opaque) {
-    const bool mask = alpha->material->alphaMode == AlphaMode::Mask;
+  if (alpha->material->alphaMode != AlphaMode::Opaque || alpha->material->transmission > 0) {
     rtcSetGeometryUserData(geometry.get(), alpha);
+    const bool mask = alpha->material->alphaMode == AlphaMode::Mask;
     if (mask) rtcSetGeometryIntersectFilterFunction(geometry.get(), passMaskHoles);
-    rtcSetGeometryOccludedFilterFunction(geometry.get(), mask ? passMaskHoles : passBlendedLight);
+    rtcSetGeometryOccludedFilterFunction(geometry.get(), passLight);
   }
   rtcCommitGeometry(geometry.get());
   throwOnDeviceError();
@@ -272,14 +300,26 @@ bool PreparedScene::Data::nearest(const Ray& ray, Hit& hit, RayLog* log) const {
   return !placements[hit.placement].isBackFace(hit.triangle, ray.direction) || trace(passBackFaces);
 }
 
-float PreparedScene::Data::transmittance(const Ray& ray, RayLog* log) const {
-  if (!isTraceable(ray)) return 1;
+namespace {
+
+Vec3 passingLight(RTCScene tree, const Ray& ray, bool throughGlass, RayLog* log) {
+  if (!isTraceable(ray)) return {1, 1, 1};
   if (log) log->shadow.push_back(ray);
-  ShadowContext context;
+  ShadowContext context{{}, throughGlass, {1, 1, 1}};
   rtcInitIntersectContext(&context.base);
   RTCRay query = libraryRay(ray);
-  rtcOccluded1(tree.get(), &context.base, &query);
-  return query.tfar < 0 ? 0 : context.transmittance;
+  rtcOccluded1(tree, &context.base, &query);
+  return query.tfar < 0 ? Vec3{} : context.passing;
+}
+
+}  // namespace
+
+float PreparedScene::Data::transmittance(const Ray& ray, RayLog* log) const {
+  return passingLight(tree.get(), ray, false, log).x;
+}
+
+Vec3 PreparedScene::Data::lampLight(const Ray& ray, RayLog* log) const {
+  return passingLight(tree.get(), ray, true, log);
 }
 
 DenormalsAsZero::DenormalsAsZero() : before_(_mm_getcsr()) {

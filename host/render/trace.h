@@ -90,8 +90,13 @@ struct PreparedScene::Data {
   /// apart, meets nothing.
   bool nearest(const Ray& ray, Hit& hit, RayLog* log) const;
 
-  /// How much light passes along `ray`: 1 all, 0 none. Blended surfaces let a part through.
+  /// How much light passes along `ray`: 1 all, 0 none. Blended surfaces let a part through; glass bends
+  /// light, so none goes straight.
   float transmittance(const Ray& ray, RayLog* log) const;
+
+  /// The same for the light of lamps, which are points that bent light never meets: it goes straight through
+  /// glass, and takes its colour.
+  Vec3 lampLight(const Ray& ray, RayLog* log) const;
 
   /// Around all that can be hit; nothing when there is no triangle.
   std::optional<Bounds> bounds() const;

@@ -1,0 +1,53 @@
+#include "host/render/emitters.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace host {
+namespace {
+
+float brightness(const Material& material) {
+  return std::max({material.emissive.x, material.emissive.y, material.emissive.z});
+}
+
+}  // namespace
+
+Emitters::Emitters(const PreparedScene::Data& data) : data_(data) {
+  double power = 0;
+  for (size_t i = 0; i < data.placements.size(); ++i) {
+    const Placement& placement = data.placements[i];
+    const float bright = brightness(*placement.material);
+    if (!(bright > 0) || placement.material->unlit) continue;
+    for (uint32_t t = 0; t < placement.mesh->indices.size() / 3; ++t) {
+      const float area = 0.5F * length(placement.triangle(t).normal());
+      if (!(area > 0 && area < 1e30F)) continue;
+      power += static_cast<double>(area) * bright;
+      triangles_.push_back({static_cast<uint32_t>(i), t, static_cast<float>(power)});
+    }
+  }
+  power_ = static_cast<float>(power);
+  if (!(power_ < 1e30F)) triangles_.clear();
+}
+
+float Emitters::densityOf(const Material& material) const {
+  return triangles_.empty() ? 0 : brightness(material) / power_;
+}
+
+EmitterPoint Emitters::choose(float choice, Vec2 u) const {
+  const auto found = std::upper_bound(triangles_.begin(), triangles_.end() - 1, choice * power_,
+                                      [](float x, const Emitter& e) { return x < e.upTo; });
+  const Placement& placement = data_.placements[found->placement];
+  const Triangle corners = placement.triangle(found->triangle);
+  const float root = std::sqrt(u.x);
+  const TrianglePoint p(*placement.mesh, found->triangle, root * (1 - u.y), root * u.y);
+  EmitterPoint point;
+  point.position = p.blend(corners.a, corners.b, corners.c);
+  point.normal = normalize(placement.front(corners));
+  point.bothSides = placement.material->doubleSided;
+  const Vec4 texel = data_.textures.sample(*placement.mesh, placement.material->emissiveTexture, p);
+  point.light = placement.material->emissive * Vec3{texel.x, texel.y, texel.z};
+  point.density = densityOf(*placement.material);
+  return point;
+}
+
+}  // namespace host

@@ -1,0 +1,41 @@
+#pragma once
+// Triangles that shine, as lights of the path tracer.
+
+#include <vector>
+
+#include "host/render/trace.h"
+
+namespace host {
+
+/// A point on a shining triangle.
+struct EmitterPoint {
+  Vec3 position;
+  Vec3 normal;  ///< unit, of the side that shines
+  bool bothSides = false;
+  Vec3 light;         ///< radiance it sends
+  float density = 0;  ///< per area, with which it was chosen
+};
+
+/// All of them; each is chosen as often as its area and the brightness of its material say. Keeps a
+/// reference. Thread: any.
+class Emitters {
+ public:
+  explicit Emitters(const PreparedScene::Data& data);
+
+  bool empty() const { return triangles_.empty(); }
+  /// A point for a number and a pair 0..1. Its texture is read.
+  EmitterPoint choose(float choice, Vec2 u) const;
+  /// The density per area with which a point of this material is chosen.
+  float densityOf(const Material& material) const;
+
+ private:
+  struct Emitter {
+    uint32_t placement, triangle;
+    float upTo;  // sum of the powers up to this one
+  };
+  const PreparedScene::Data& data_;
+  std::vector<Emitter> triangles_;
+  float power_ = 0;
+};
+
+}  // namespace host
