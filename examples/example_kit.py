@@ -245,8 +245,8 @@ def sweep(width, depth, height, bend):
 class Gltf:
     """Collects a scene and writes it as JSON, as JSON with a .bin beside it, or as binary glTF."""
 
-    def __init__(self, renderer=0, width=640, height=360, posts=None):
-        settings = {"5008": width, "5009": height, "5300": renderer}
+    def __init__(self, renderer=0, width=640, height=360, posts=None, **more):
+        settings = {"5008": width, "5009": height, "5300": renderer, **more}
         self.json = {
             "asset": {"version": "2.0", "generator": "examples/make_examples.py"},
             "scene": 0, "scenes": [{"nodes": []}], "extensionsUsed": ["VESTA_document"],

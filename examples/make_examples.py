@@ -198,7 +198,8 @@ def layers():
 
 def vitrine():
     """Glass and brass under one bright panel, for the path tracer: soft shadows, colors that spill."""
-    g = Gltf(renderer=1023342, posts=[{"type": 1023342, "settings": {"4001": 64}}])
+    black = {"7102": 1, "7103": 0.0}  # around the room
+    g = Gltf(renderer=1023342, posts=[{"type": 1023342, "settings": {"4001": 64}}], **black)
     wall = g.material("#dcd6cc", roughness=0.95)
     for color, x in (("#b4553c", -3.2), ("#3f7a64", 3.2)):
         g.place(g.mesh(rounded_box(0.1, 4.2, 5, 0.02), g.material(color, roughness=0.95)), (x, 0, 0))
@@ -462,5 +463,5 @@ def blocks():
 
 
 if __name__ == "__main__":
-    for make in (marbles, gallery, lamp, mirrors, layers, hills, garden, scroll, orrery, blocks):
+    for make in (marbles, gallery, lamp, vitrine, mirrors, layers, hills, garden, scroll, orrery, blocks):
         make()

@@ -212,7 +212,8 @@ class PathTracer {
       if (r_.emitters_.empty()) return;
       const Vec2 u = sampler_.pair();
       const EmitterPoint point = r_.emitters_.choose(u.x, {u.y, sampler_.pair().x});
-      const Vec3 towards = point.position - surface.position;
+      // From where the ray starts, or it would end beside the point: inside of what shines.
+      const Vec3 towards = point.position - surface.litFrom;
       const float square = dot(towards, towards);
       if (!(square > 1e-20F && square < 1e30F)) return;
       const float distance = std::sqrt(square);

@@ -1,0 +1,266 @@
+// The path tracer against answers that algebra knows, and the same bytes however it is run.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "host/render/bsdf.h"
+#include "host/render/sampler.h"
+#include "tests/support/pictures.h"
+
+namespace host {
+namespace {
+
+RenderRequest requestOf(int width, int height, int samples) {
+  RenderRequest request;
+  request.width = width;
+  request.height = height;
+  request.toneCurve = false;
+  request.exposure = 1;
+  request.environment = {Environment::Kind::White, 1.0F};
+  request.path.samples = samples;
+  request.path.clamp = 0;
+  return request;
+}
+
+Image trace(const Scene& scene, const RenderRequest& request, KernelBuild kernel = KernelBuild::Robust) {
+  return renderScene(PreparedScene(scene, kernel), RendererId::Physical, request);
+}
+
+/// Mean light of a picture.
+Vec3 meanOf(const Image& image) {
+  Vec3 sum;
+  const int pixels = image.width * image.height;
+  for (int i = 0; i < pixels; ++i) {
+    const Pixel p = at(image, i % image.width, i / image.width);
+    sum = sum + Vec3{linear(p.r), linear(p.g), linear(p.b)};
+  }
+  return sum * (1.0F / static_cast<float>(pixels));
+}
+
+/// Of a ball that fills the picture.
+Vec3 ballLight(const Material& material, float sky = 0.5F) {
+  Scene scene = orthographicScene(0.7F, 0.7F);
+  add(scene, sphereMesh(32), material);
+  RenderRequest request = requestOf(12, 12, 256);
+  request.environment.strength = sky;
+  request.path.depth = 64;
+  return meanOf(trace(scene, request));
+}
+
+TEST(PhysicalFurnace, WhiteBallsUnderAWhiteSkyAreAsWhite) {
+  for (const float roughness : {0.0F, 0.3F, 0.6F, 1.0F}) {
+    for (const float metallic : {0.0F, 0.5F, 1.0F}) {
+      Material white = matt({1, 1, 1, 1});
+      white.metallic = metallic;
+      white.roughness = roughness;
+      EXPECT_NEAR(ballLight(white).x, 0.5F, 0.006F) << "roughness " << roughness << " metallic " << metallic;
+    }
+    Material coated = matt({1, 1, 1, 1});
+    coated.clearcoat = 1;
+    coated.clearcoatRoughness = roughness;
+    EXPECT_NEAR(ballLight(coated).x, 0.5F, 0.006F) << "coat " << roughness;
+    Material velvet = matt({1, 1, 1, 1});
+    velvet.sheenColor = {1, 1, 1};
+    velvet.sheenRoughness = 0.3F + 0.7F * roughness;
+    EXPECT_NEAR(ballLight(velvet).x, 0.5F, 0.01F) << "sheen " << roughness;
+    Material pane = matt({1, 1, 1, 1});
+    pane.transmission = 1;
+    pane.roughness = roughness;
+    EXPECT_NEAR(ballLight(pane).x, 0.5F, 0.01F) << "thin glass " << roughness;
+  }
+  Material solid = matt({1, 1, 1, 1});
+  solid.transmission = 1;
+  solid.thickness = 1;
+  solid.roughness = 0;
+  EXPECT_NEAR(ballLight(solid).x, 0.5F, 0.006F) << "a ball of clear glass";
+}
+
+TEST(PhysicalBsdf, SamplesHaveTheDensityThatIsClaimed) {
+  Material material = matt({0.7F, 0.5F, 0.3F, 1});
+  material.metallic = 0.4F;
+  material.roughness = 0.4F;
+  material.anisotropy = 0.5F;
+  material.clearcoat = 0.6F;
+  material.clearcoatRoughness = 0.2F;
+  material.sheenColor = {0.3F, 0.3F, 0.3F};
+  material.sheenRoughness = 0.5F;
+  Scene scene = orthographicScene(1, 1);
+  add(scene, squareMesh(1), material);
+  const PreparedScene prepared(scene);
+  const Ray ray{{0, 0, 5}, normalize(Vec3{0.5F, 0, -1}), 0, 100};
+  Hit hit;
+  ASSERT_TRUE(prepared.data().nearest({{-2, 0, 4}, ray.direction, 0, 100}, hit, nullptr));
+  const Surface surface = surfaceAt(prepared.data(), ray, hit);
+  const MaterialPoint point = materialAt(prepared.data().textures, surface);
+  const Bsdf bsdf(point, surface, -ray.direction);
+  // What is sampled, and what is summed evenly over the hemisphere, must agree.
+  Vec3 sampled, summed;
+  float density = 0;
+  constexpr int kCount = 1 << 16;
+  PixelSampler sampler(1, 2);
+  for (int i = 0; i < kCount; ++i) {
+    sampler.begin(i);
+    const Vec2 a = sampler.pair(), b = sampler.pair();
+    if (const auto s = bsdf.sample(a.x, b)) sampled = sampled + s->weight;
+    const float radius = std::sqrt(1 - b.x * b.x), angle = 6.2831853F * b.y;
+    const Scattering s = bsdf.evaluate({radius * std::cos(angle), radius * std::sin(angle), b.x});
+    summed = summed + s.value;
+    density += s.density;
+  }
+  const float each = 6.2831853F / kCount;
+  EXPECT_NEAR(density * each, 0.97F, 0.035F) << "a little is lost to directions into the surface";
+  EXPECT_NEAR(sampled.x / kCount, summed.x * each, 0.01F);
+  EXPECT_NEAR(sampled.z / kCount, summed.z * each, 0.01F);
+  EXPECT_LT(sampled.x / kCount, 1);
+}
+
+TEST(PhysicalLight, ALampInABallLightsItEvenly) {
+  // Of each light that arrives, 1/r^2, the wall sends on its albedo over pi; with all that comes back again
+  // and again the light grows by 1 / (1 - albedo).
+  constexpr float kAlbedo = 0.5F, kRadius = 2, kIntensity = 1.5F;
+  Scene scene;
+  Material wall = matt({kAlbedo, kAlbedo, kAlbedo, 1});
+  wall.ior = 1;
+  wall.specular = 0;
+  wall.doubleSided = true;
+  add(scene, sphereMesh(48), wall, scaled({kRadius, kRadius, kRadius}));
+  Light lamp;
+  lamp.intensity = kIntensity;
+  scene.lights = {lamp};
+  scene.camera.emplace();
+  scene.camera->transform = moved({0, 0, 1.5F});
+  RenderRequest request = requestOf(9, 9, 256);
+  request.path.depth = 64;
+  const float direct = kIntensity / (kRadius * kRadius) * kAlbedo / 3.14159265F;
+  EXPECT_NEAR(meanOf(trace(scene, request)).x, direct / (1 - kAlbedo), 0.01F);
+  request.path.depth = 1;
+  EXPECT_NEAR(meanOf(trace(scene, request)).x, direct, 0.005F) << "one surface: direct light alone";
+}
+
+TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
+  // Half a side of one metre, one metre above: the differential form factor of four parallel rectangles.
+  Scene scene = orthographicScene(0.02F, 0.02F);
+  scene.camera->transform = moved({0, 3, 0}) * turned(Axis::X, -90);
+  Material floor = matt({0.5F, 0.5F, 0.5F, 1});
+  floor.specular = 0;
+  add(scene, squareMesh(5), floor, turned(Axis::X, -90));
+  Material panel = matt({0, 0, 0, 1});
+  panel.specular = 0;
+  panel.emissive = {2, 1, 0.5F};
+  add(scene, squareMesh(0.5F), panel,
+      moved({0, 1, 0}) * turned(Axis::X, 90));  // shines down, unseen from above
+  const float a = 0.5F / std::sqrt(1.25F);
+  const float factor = 4 / 3.14159265F * a * std::atan(a);
+  RenderRequest request = requestOf(4, 4, 256);
+  request.environment.strength = 0;
+  const Vec3 light = meanOf(trace(scene, request));
+  EXPECT_NEAR(light.x, 2 * 0.5F * factor, 0.01F);
+  EXPECT_NEAR(light.z, 0.5F * 0.5F * factor, 0.005F);
+}
+
+TEST(PhysicalLight, MirrorsPanesAndSlabs) {
+  // A mirror shows what stands in its direction.
+  Scene scene = orthographicScene(0.1F, 0.1F);
+  Material mirror;
+  mirror.roughness = 0;
+  add(scene, squareMesh(1), mirror, turned(Axis::X, -45));
+  Material lamp = matt({0, 0, 0, 1});
+  lamp.emissive = {0.25F, 0.5F, 0};
+  lamp.specular = 0;
+  lamp.doubleSided = true;
+  add(scene, squareMesh(1), lamp, moved({0, 3, 0}) * turned(Axis::X, 90));
+  Vec3 light = meanOf(trace(scene, requestOf(3, 3, 32)));
+  EXPECT_NEAR(light.x, 0.25F, 0.005F);
+  EXPECT_NEAR(light.y, 0.5F, 0.01F);
+
+  // Alpha one half over a known ground.
+  scene = orthographicScene(0.1F, 0.1F);
+  Material half = matt({0, 0, 0, 0.5F});
+  half.unlit = true;
+  half.alphaMode = AlphaMode::Blend;
+  add(scene, squareMesh(1), half);
+  Material ground = matt({0.5F, 1, 0.25F, 1});
+  ground.unlit = true;
+  add(scene, squareMesh(1), ground, moved({0, 0, -1}));
+  light = meanOf(trace(scene, requestOf(4, 4, 256)));
+  EXPECT_NEAR(light.x, 0.25F, 0.005F);
+  EXPECT_NEAR(light.y, 0.5F, 0.01F);
+
+  // A slab of one metre that leaves a quarter of the light after half a metre.
+  scene = orthographicScene(0.1F, 0.1F);
+  Material slab = matt({1, 1, 1, 1});
+  slab.ior = 1;
+  slab.transmission = 1;
+  slab.roughness = 0;
+  slab.thickness = 1;
+  slab.attenuationDistance = 0.5F;
+  slab.attenuationColor = {1, 0.25F, 0.25F};
+  add(scene, squareMesh(1), slab);
+  add(scene, squareMesh(1), slab, moved({0, 0, -1}) * turned(Axis::Y, 180));
+  light = meanOf(trace(scene, requestOf(3, 3, 32)));
+  EXPECT_NEAR(light.x, 1, 0.01F);
+  EXPECT_NEAR(light.y, 0.0625F, 0.005F);
+}
+
+TEST(PhysicalRun, TheSameBytesOnAnyNumberOfThreadsAndNearlySoWithOtherTrees) {
+  const Scene scene = richScene();
+  RenderRequest request = requestOf(40, 30, 8);
+  request.threads = 1;
+  const Image one = trace(scene, request);
+  for (const int threads : {2, 7}) {
+    request.threads = threads;
+    EXPECT_EQ(trace(scene, request).pixels, one.pixels) << threads;
+  }
+  for (const KernelBuild kernel : {KernelBuild::Faster, KernelBuild::Compact}) {
+    const Image other = trace(scene, request, kernel);
+    int far = 0;
+    for (size_t i = 0; i < one.pixels.size(); ++i)
+      far += std::abs(one.pixels[i] - other.pixels[i]) > 2 ? 1 : 0;
+    EXPECT_LT(far, static_cast<int>(one.pixels.size()) / 100) << static_cast<int>(kernel);
+  }
+}
+
+TEST(PhysicalRun, SamplingTakesAsManyAsItSays) {
+  const Scene scene = richScene();
+  RenderRequest request = requestOf(16, 12, 16);
+  const Image fixed = trace(scene, request);
+  request.path.samples = 64;
+  request.path.sampling = Sampling::Draft;
+  EXPECT_EQ(trace(scene, request).pixels, fixed.pixels) << "a quarter of 64";
+  request.path.samples = 16;
+  request.path.sampling = Sampling::Adaptive;
+  request.path.noiseLimit = 1;
+  EXPECT_EQ(trace(scene, request).pixels, fixed.pixels) << "content at once";
+  request.path.noiseLimit = 1e-6F;
+  const Image most = trace(scene, request);
+  request.path.sampling = Sampling::Fixed;
+  request.path.samples = 64;
+  int different = 0;
+  const Image four = trace(scene, request);
+  for (size_t i = 0; i < four.pixels.size(); ++i) different += four.pixels[i] != most.pixels[i] ? 1 : 0;
+  EXPECT_LT(different, static_cast<int>(four.pixels.size()) / 4)
+      << "never content, but where nothing is noisy";
+}
+
+TEST(PhysicalRun, AStopEndsItWithinAPixel) {
+  const Scene scene = richScene();
+  RenderRequest request = requestOf(8, 8, 1 << 16);
+  std::atomic<bool> stop{false};
+  request.stopped = [&] { return stop.load(); };
+  std::chrono::steady_clock::time_point asked;
+  std::thread hand([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    asked = std::chrono::steady_clock::now();
+    stop = true;
+  });
+  EXPECT_THROW(trace(scene, request), RenderStopped);
+  hand.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - asked, std::chrono::seconds(2))
+      << "50 ms, on a machine of its own";
+}
+
+}  // namespace
+}  // namespace host
