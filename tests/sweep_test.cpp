@@ -121,12 +121,17 @@ TEST_F(Sweep, ComparingRun) {
 TEST_F(Sweep, ContinueRunThroughTheDialog) {
   makeReference();
   fs::remove(reference_ / "0002.tif");
-  sweep(true, false, [&](TestHost& host) {
+  const auto run = [&](TestHost& host, const char* goOn) {
     host::DialogScript script;
     script.answers = {
-        {1000, scenes().string()}, {1001, (scenes() / "_lumicheck_16.038_1").string()}, {1002, "1"}};
+        {1000, scenes().string()}, {1001, (scenes() / "_lumicheck_16.038_1").string()}, {1002, goOn}};
     host.execute(kLumicheck, script);
-  });
+  };
+  sweep(true, false, [&](TestHost& host) { run(host, "1"); });
+  // The module keeps the option for whatever runs next in this process.
+  prepare(true);
+  TestHost host;
+  run(host, "0");
 }
 
 TEST_F(Sweep, InteractiveRun) {

@@ -5,6 +5,14 @@
 
 namespace host {
 
+/// A camera as projections need it: world directions of unit length, lengths in metres.
+struct CameraView {
+  bool orthographic;
+  Vec3 position, right, up, forward;
+  float halfWidth, halfHeight;  ///< of the picture: metres, or at one metre's distance (perspective)
+  float znear, zfar;            ///< along forward
+};
+
 /// The scene's camera for a picture of a given shape; else one that looks from the front right, somewhat from
 /// above, and is as near as it can be with everything inside the picture.
 ///
@@ -17,6 +25,11 @@ class CameraRays {
   /// `x` and `y` in pixels from the top left corner. Direction of unit length, tnear and tfar from the
   /// camera; its cone is as wide as a pixel.
   Ray at(float x, float y) const;
+
+  /// The same for renderers that project what there is instead of following rays.
+  CameraView view() const {
+    return {orthographic_, position_, right_, up_, forward_, halfWidth_, halfHeight_, znear_, zfar_};
+  }
 
  private:
   void place(const Camera& camera, float imageAspect);

@@ -68,6 +68,10 @@ Image DocumentRenderer::render(const Container& settings, RenderRequest request)
                                        std::to_string(request.height) + " pixels, renderer " +
                                        std::to_string(static_cast<int32_t>(renderer)));
   request = withSettings(std::move(request), settings);
+  if (renderer == RendererId::OpenGl) {
+    if (!openGl_) openGl_ = std::make_unique<OpenGlRenderer>(document_.sceneFile().scene);
+    return openGl_->render(request);
+  }
   const KernelBuild kernel = renderer == RendererId::Physical ? request.path.kernel : KernelBuild::Robust;
   if (!prepared_ || prepared_->kernel() != kernel) {
     prepared_.reset();  // two trees of a large scene might not fit

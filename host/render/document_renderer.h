@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "host/document/document.h"
+#include "host/render/opengl.h"
 #include "host/render/renderer.h"
 
 namespace host {
@@ -23,6 +24,7 @@ class DocumentRenderer {
 
   const Document& document_;
   std::unique_ptr<PreparedScene> prepared_;
+  std::unique_ptr<OpenGlRenderer> openGl_;
 };
 
 }  // namespace host

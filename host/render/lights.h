@@ -25,6 +25,12 @@ class Lamp {
   /// Luminance at `point`, which is taken to lie in the middle of a spot's cone and inside the range.
   Illumination metered(Vec3 point, float minDistance) const;
 
+  // What `at` reckons with, for renderers that do so elsewhere.
+  const Light& light() const { return light_; }
+  Vec3 intensity() const { return intensity_; }
+  float coneScale() const { return coneScale_; }
+  float coneOffset() const { return coneOffset_; }
+
  private:
   float falloff(float distance, Vec3 direction) const;
 

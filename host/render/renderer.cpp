@@ -88,6 +88,8 @@ class TileRun {
   Film film_;
 };
 
+}  // namespace
+
 void requireSize(const RenderRequest& request) {
   const bool sides = request.width >= 1 && request.width <= kMaxImageSide && request.height >= 1 &&
                      request.height <= kMaxImageSide;
@@ -96,8 +98,6 @@ void requireSize(const RenderRequest& request) {
                              std::to_string(request.height));
   }
 }
-
-}  // namespace
 
 PreparedScene::PreparedScene(const Scene& scene, KernelBuild kernel, const std::function<bool()>& stopped)
     : data_(std::make_unique<Data>(scene, kernel, stopped)) {}

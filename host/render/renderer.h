@@ -65,6 +65,9 @@ struct RenderRequest {
   std::function<void(double)> progress = [](double) {};
 };
 
+/// Throws std::runtime_error for a picture without pixels or with more than an image can have.
+void requireSize(const RenderRequest& request);
+
 /// Thrown by a render that was asked to stop.
 class RenderStopped : public std::runtime_error {
  public:

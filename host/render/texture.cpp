@@ -115,8 +115,16 @@ Vec4 sampleLevel(const Image& image, const Texture& t, Vec2 uv) {
   return mix(upper, lower, y.fraction);
 }
 
-/// Half the sides, each texel the mean of the four (at odd edges two or one) that it stands for. Colours are
-/// averaged as light, and weighted by their alpha, so that what cannot be seen does not tint an edge.
+/// The binary logarithm, exact to a hundredth, of a positive number.
+float roughLog2(float x) {
+  const auto bits = std::bit_cast<uint32_t>(x);
+  const auto fraction = std::bit_cast<float>((bits & 0x007FFFFFU) | 0x3F800000U);  // 1..2
+  return static_cast<float>(static_cast<int>(bits >> 23) - 127) +
+         (fraction - 1) * (1.3366F + (fraction - 1) * -0.3366F);
+}
+
+}  // namespace
+
 Image halved(const Image& image, bool srgb) {
   Image half{std::max(image.width / 2, 1), std::max(image.height / 2, 1), image.channels, {}};
   half.pixels.resize(static_cast<size_t>(half.width) * half.height * half.channels);
@@ -150,16 +158,6 @@ Image halved(const Image& image, bool srgb) {
   return half;
 }
 
-/// The binary logarithm, exact to a hundredth, of a positive number.
-float roughLog2(float x) {
-  const auto bits = std::bit_cast<uint32_t>(x);
-  const auto fraction = std::bit_cast<float>((bits & 0x007FFFFFU) | 0x3F800000U);  // 1..2
-  return static_cast<float>(static_cast<int>(bits >> 23) - 127) +
-         (fraction - 1) * (1.3366F + (fraction - 1) * -0.3366F);
-}
-
-}  // namespace
-
 Textures::Textures(const Scene& scene) : scene_(scene) {
   std::map<std::pair<int, bool>, size_t> known;
   for (const Texture& t : scene.textures) {
@@ -173,6 +171,13 @@ Textures::Textures(const Scene& scene) : scene_(scene) {
       levels.smaller.push_back(halved(levels[levels.last()], t.srgb));
     }
   }
+}
+
+std::vector<const Image*> Textures::levels(size_t picture) const {
+  std::vector<const Image*> all;
+  if (pictures_[picture].full) all.push_back(pictures_[picture].full);
+  for (const Image& image : pictures_[picture].smaller) all.push_back(&image);
+  return all;
 }
 
 Vec4 Textures::sample(int texture, Vec2 uv, float footprint) const {

@@ -50,6 +50,12 @@ class Textures {
   /// The alpha of baseColor alone, 0..1.
   float alpha(const Mesh& mesh, const Material& material, const TrianglePoint& p) const;
 
+  /// Textures of one picture have the same number; below pictureCount().
+  size_t pictureOf(int texture) const { return pictureOf_[texture]; }
+  size_t pictureCount() const { return pictures_.size(); }
+  /// A picture of that number and its smaller ones; empty when it is missing. They live as long as this.
+  std::vector<const Image*> levels(size_t picture) const;
+
  private:
   /// A picture and its smaller ones; each halves the sides of the one before, down to one texel.
   struct Levels {
@@ -64,6 +70,10 @@ class Textures {
   std::vector<Levels> pictures_;
   std::vector<size_t> pictureOf_;  // by texture
 };
+
+/// Half the sides, each texel the mean of the four (at odd edges two or one) that it stands for. Colours are
+/// averaged as light, and weighted by their alpha, so that what cannot be seen does not tint an edge.
+Image halved(const Image& image, bool srgb);
 
 /// Linear value of an 8-bit sRGB one (IEC 61966-2-1).
 float srgbToLinear(uint8_t value);

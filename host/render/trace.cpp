@@ -189,22 +189,6 @@ bool isInvertible(const Mat4& t) {
   return std::abs(volume) > 1e-5F && largest(column(t, 3)) < 1e12F;
 }
 
-/// Cofactors, the largest of them 1: the inverse transposed up to its length, defined for flattened
-/// transforms too.
-Mat4 normalTransform(const Mat4& t, bool mirrored) {
-  const Vec3 x = column(t, 0), y = column(t, 1), z = column(t, 2);
-  const Vec3 columns[] = {cross(y, z), cross(z, x), cross(x, y)};
-  const float size = std::max({largest(columns[0]), largest(columns[1]), largest(columns[2])});
-  const float scale = (mirrored ? -1.0F : 1.0F) / (size > 0 ? size : 1);
-  Mat4 r;
-  for (int c = 0; c < 3; ++c) {
-    r.m[4 * c] = columns[c].x * scale;
-    r.m[4 * c + 1] = columns[c].y * scale;
-    r.m[4 * c + 2] = columns[c].z * scale;
-  }
-  return r;
-}
-
 bool isFinite(Vec3 v, float limit) {
   return std::abs(v.x) < limit && std::abs(v.y) < limit && std::abs(v.z) < limit;
 }
@@ -230,6 +214,22 @@ RTCRay libraryRay(const Ray& ray) {
 
 }  // namespace
 
+bool mirrors(const Mat4& t) { return dot(cross(column(t, 0), column(t, 1)), column(t, 2)) < 0; }
+
+Mat4 normalTransform(const Mat4& t) {
+  const Vec3 x = column(t, 0), y = column(t, 1), z = column(t, 2);
+  const Vec3 columns[] = {cross(y, z), cross(z, x), cross(x, y)};
+  const float size = std::max({largest(columns[0]), largest(columns[1]), largest(columns[2])});
+  const float scale = (mirrors(t) ? -1.0F : 1.0F) / (size > 0 ? size : 1);
+  Mat4 r;
+  for (int c = 0; c < 3; ++c) {
+    r.m[4 * c] = columns[c].x * scale;
+    r.m[4 * c + 1] = columns[c].y * scale;
+    r.m[4 * c + 2] = columns[c].z * scale;
+  }
+  return r;
+}
+
 void TreeRelease::operator()(RTCSceneTy* tree) const { rtcReleaseScene(tree); }
 
 PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const std::function<bool()>& stopped)
@@ -245,10 +245,9 @@ PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const st
   for (const Instance& instance : scene.instances) {
     AlphaSource* alpha = alphaSources[instance.mesh].get();
     const Mat4& toWorld = instance.transform;
-    const bool mirrored = dot(cross(column(toWorld, 0), column(toWorld, 1)), column(toWorld, 2)) < 0;
     const auto id = static_cast<unsigned>(placements.size());
     placements.push_back(
-        {alpha->mesh, alpha->material, toWorld, normalTransform(toWorld, mirrored), mirrored, 0});
+        {alpha->mesh, alpha->material, toWorld, normalTransform(toWorld), mirrors(toWorld), 0});
     if (alpha->mesh->indices.empty()) continue;
 
     // A mesh that stands once is carried into the world, which traces faster and allows any transform. One

@@ -64,6 +64,13 @@ struct Placement {
   }
 };
 
+/// Whether a transform turns counter-clockwise into clockwise.
+bool mirrors(const Mat4& t);
+
+/// What carries normals along with a transform (3 x 3): its cofactors, the largest of them 1, which is the
+/// inverse transposed up to its length and exists for flattened transforms too.
+Mat4 normalTransform(const Mat4& t);
+
 /// Every ray that was traced, in order.
 struct RayLog {
   std::vector<Ray> nearest;

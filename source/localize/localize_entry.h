@@ -23,8 +23,8 @@ class EntryLine {
   static constexpr std::size_t kLongest = 2047;
 
   /// Takes the next byte of the file; true when it ended a line. Empty lines do not count. Each
-  /// backslash before "U" is followed by "u" instead, whether an escape begins there or not. Of a line that is
-  /// too long the rest is dropped.
+  /// backslash before "U" is followed by "u" instead, whether an escape begins there or not. Of a line that
+  /// is too long the rest is dropped.
   bool Add(char byte);
   /// Whether there is a line so far: at the end of the file it counts as one.
   bool IsEmpty() const { return bytes_.empty(); }
