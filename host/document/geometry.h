@@ -34,6 +34,12 @@ inline Vec3 normalize(Vec3 a) {
   return l > 0 ? a * (1 / l) : a;
 }
 
+/// Unit vector along `a`; `fallback` when `a` has no direction that numbers can hold.
+inline Vec3 unitOr(Vec3 a, Vec3 fallback) {
+  const float square = dot(a, a);
+  return square > 1e-36F && square < 1e36F ? a * (1 / std::sqrt(square)) : fallback;
+}
+
 /// Column-major: element (row, column) is m[column * 4 + row], as glTF stores it.
 struct Mat4 {
   std::array<float, 16> m{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};

@@ -243,6 +243,21 @@ void checkAccessors(const tinygltf::Model& model) {
   }
 }
 
+const tinygltf::Accessor* findAttribute(const tinygltf::Model& model,
+                                        const std::map<std::string, int>& attributes, const std::string& name,
+                                        size_t vertices) {
+  const auto found = attributes.find(name);
+  if (found == attributes.end()) return nullptr;
+  const tinygltf::Accessor& accessor = model.accessors[static_cast<size_t>(found->second)];
+  if (accessor.count == vertices) return &accessor;
+  throw SceneError(name + " has " + std::to_string(accessor.count) + " elements for " +
+                   std::to_string(vertices) + " vertices");
+}
+
+void expectType(const tinygltf::Accessor& accessor, int type, const std::string& name) {
+  if (accessor.type != type) throw SceneError(name + " has the wrong number of components");
+}
+
 void readFloats(const tinygltf::Model& model, const tinygltf::Accessor& accessor, float* out) {
   readElements(model, accessor, out);
 }

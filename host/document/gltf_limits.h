@@ -22,5 +22,11 @@ inline constexpr uint64_t kMaxGeometryBytes = uint64_t{8} << 30;  // all meshes 
 inline constexpr uint64_t kMaxTextureBytes = uint64_t{2} << 30;   // all decoded pictures
 inline constexpr uint64_t kMaxInstances = uint64_t{4} << 20;
 inline constexpr uint64_t kMaxPlacedVertices = uint64_t{4} << 30;  // vertices of all instances
+inline constexpr uint64_t kMaxAnimationNumbers = uint64_t{64} << 20;
+inline constexpr uint64_t kMaxJoints = 1'000'000;                   // of all skins
+inline constexpr uint64_t kMaxMorphedVertices = uint64_t{1} << 30;  // each counted once for a target
+// Metres, of anything that is placed. Beyond, products of three lengths are no floats any more, and ray
+// tracers stop the program.
+inline constexpr float kMaxCoordinate = 1e12F;
 
 }  // namespace host

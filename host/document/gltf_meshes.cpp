@@ -14,28 +14,9 @@ namespace {
 static_assert(sizeof(Vec2) == 2 * sizeof(float) && sizeof(Vec3) == 3 * sizeof(float) &&
               sizeof(Vec4) == 4 * sizeof(float));
 
-const tinygltf::Accessor* attribute(const tinygltf::Model& model, const tinygltf::Primitive& primitive,
-                                    const std::string& name) {
-  const auto found = primitive.attributes.find(name);
-  return found == primitive.attributes.end() ? nullptr : &model.accessors[static_cast<size_t>(found->second)];
-}
-
-void expectType(const tinygltf::Accessor& accessor, int type, const char* name) {
-  if (accessor.type != type) throw SceneError(std::string(name) + " has the wrong number of components");
-}
-
 bool isFinite(Vec2 v) { return std::isfinite(v.x) && std::isfinite(v.y); }
 bool isFinite(Vec3 v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 bool isFinite(Vec4 v) { return isFinite(Vec3{v.x, v.y, v.z}) && std::isfinite(v.w); }
-
-template <typename Vec>
-std::vector<Vec> readVectors(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
-  std::vector<Vec> values;
-  values.reserve(accessor.count + 1);  // the padding that Mesh::positions promises
-  values.resize(accessor.count);
-  readFloats(model, accessor, reinterpret_cast<float*>(values.data()));
-  return values;
-}
 
 std::vector<Vec3> readPositions(const tinygltf::Model& model, const tinygltf::Accessor& accessor) {
   expectType(accessor, TINYGLTF_TYPE_VEC3, "POSITION");
@@ -72,8 +53,8 @@ std::vector<Vec4> readTangents(const tinygltf::Model& model, const tinygltf::Acc
   expectType(accessor, TINYGLTF_TYPE_VEC4, "TANGENT");
   std::vector<Vec4> tangents = readVectors<Vec4>(model, accessor);
   for (Vec4& t : tangents) {
-    const Vec3 unit = normalize(Vec3{t.x, t.y, t.z});
-    if (!(std::abs(length(unit) - 1) < 0.01F)) return {};
+    const Vec3 unit = unitOr({t.x, t.y, t.z}, {0, 0, 0});
+    if (length(unit) == 0) return {};
     t = {unit.x, unit.y, unit.z, t.w < 0 ? -1.0F : 1.0F};
   }
   return tangents;
@@ -127,22 +108,23 @@ std::vector<Vec3> geometricNormals(const Mesh& mesh) {
 void normalizeNormals(Mesh& mesh) {
   std::vector<Vec3> geometric;
   for (size_t i = 0; i < mesh.normals.size(); ++i) {
-    const Vec3 unit = normalize(mesh.normals[i]);
-    if (std::abs(length(unit) - 1) < 0.01F) {
-      mesh.normals[i] = unit;
-      continue;
-    }
+    mesh.normals[i] = unitOr(mesh.normals[i], {0, 0, 0});
+    if (length(mesh.normals[i]) > 0) continue;
     if (geometric.empty()) geometric = geometricNormals(mesh);
-    const Vec3 surface = normalize(geometric[i]);
-    mesh.normals[i] = std::abs(length(surface) - 1) < 0.01F ? surface : Vec3{0, 1, 0};
+    mesh.normals[i] = unitOr(geometric[i], {0, 1, 0});
   }
 }
 
 }  // namespace
 
-const std::vector<int>& MeshBuilder::get(int index) {
-  Entry& entry = built_[static_cast<size_t>(index)];
-  if (entry.done) return entry.meshes;
+const std::vector<int>& MeshBuilder::get(int index, const Bend& bend) {
+  const auto [entry, isNew] = built_.try_emplace({index, bend.joints, bend.weights});
+  if (isNew) entry->second = buildAll(index, bend);
+  return entry->second;
+}
+
+std::vector<int> MeshBuilder::buildAll(int index, const Bend& bend) {
+  std::vector<int> meshes;
   const tinygltf::Mesh& source = model_.meshes[static_cast<size_t>(index)];
   for (size_t i = 0; i < source.primitives.size(); ++i) {
     const tinygltf::Primitive& primitive = source.primitives[i];
@@ -150,16 +132,16 @@ const std::vector<int>& MeshBuilder::get(int index) {
     const BuiltMaterial& material = materials_.get(primitive.material);
     try {
       Mesh mesh = build(primitive, material);
+      if (bend) bender_.apply(primitive, bend, mesh);
       if (mesh.indices.empty()) continue;
-      entry.meshes.push_back(static_cast<int>(scene_.meshes.size()));
+      meshes.push_back(static_cast<int>(scene_.meshes.size()));
       scene_.meshes.push_back(std::move(mesh));
     } catch (const SceneError& error) {
       throw SceneError("meshes[" + std::to_string(index) + "].primitives[" + std::to_string(i) +
                        "]: " + error.what());
     }
   }
-  entry.done = true;
-  return entry.meshes;
+  return meshes;
 }
 
 bool MeshBuilder::skip(const tinygltf::Primitive& primitive) {
@@ -178,7 +160,8 @@ bool MeshBuilder::skip(const tinygltf::Primitive& primitive) {
 }
 
 Mesh MeshBuilder::build(const tinygltf::Primitive& primitive, const BuiltMaterial& material) {
-  const tinygltf::Accessor& positions = *attribute(model_, primitive, "POSITION");
+  const tinygltf::Accessor& positions =
+      model_.accessors[static_cast<size_t>(primitive.attributes.at("POSITION"))];
   const uint64_t corners = primitive.indices < 0
                                ? positions.count
                                : model_.accessors[static_cast<size_t>(primitive.indices)].count;
@@ -204,12 +187,7 @@ Mesh MeshBuilder::build(const tinygltf::Primitive& primitive, const BuiltMateria
 void MeshBuilder::readAttributes(const tinygltf::Primitive& primitive, const BuiltMaterial& material,
                                  Mesh& mesh) {
   const auto find = [&](const std::string& name) {
-    const tinygltf::Accessor* accessor = attribute(model_, primitive, name);
-    if (accessor != nullptr && accessor->count != mesh.positions.size()) {
-      throw SceneError(name + " has " + std::to_string(accessor->count) + " elements for " +
-                       std::to_string(mesh.positions.size()) + " vertices");
-    }
-    return accessor;
+    return findAttribute(model_, primitive.attributes, name, mesh.positions.size());
   };
   if (const auto* normals = find("NORMAL")) {
     expectType(*normals, TINYGLTF_TYPE_VEC3, "NORMAL");

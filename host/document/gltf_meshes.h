@@ -3,8 +3,11 @@
 
 #include <tiny_gltf.h>
 
+#include <map>
+#include <tuple>
 #include <vector>
 
+#include "host/document/gltf_bend.h"
 #include "host/document/gltf_materials.h"
 #include "host/document/scene.h"
 
@@ -20,18 +23,18 @@ struct SkippedPrimitives {
 class MeshBuilder {
  public:
   MeshBuilder(const tinygltf::Model& model, MaterialBuilder& materials, Scene& scene)
-      : model_(model), materials_(materials), scene_(scene), built_(model.meshes.size()) {}
+      : model_(model), materials_(materials), scene_(scene), bender_(model) {}
 
-  /// The meshes (indices into Scene::meshes) that the file's mesh `index` consists of. Throws SceneError.
-  const std::vector<int>& get(int index);
+  /// The meshes (indices into Scene::meshes) that the file's mesh `index` consists of when it is bent so;
+  /// made once for each way of bending. Throws SceneError.
+  const std::vector<int>& get(int index, const Bend& bend);
 
   const SkippedPrimitives& skipped() const { return skipped_; }
 
  private:
-  struct Entry {
-    bool done = false;
-    std::vector<int> meshes;
-  };
+  using Key = std::tuple<int, const std::vector<Mat4>*, std::vector<float>>;
+
+  std::vector<int> buildAll(int index, const Bend& bend);
   bool skip(const tinygltf::Primitive& primitive);
   Mesh build(const tinygltf::Primitive& primitive, const BuiltMaterial& material);
   void readAttributes(const tinygltf::Primitive& primitive, const BuiltMaterial& material, Mesh& mesh);
@@ -40,7 +43,8 @@ class MeshBuilder {
   const tinygltf::Model& model_;
   MaterialBuilder& materials_;
   Scene& scene_;
-  std::vector<Entry> built_;  // by the file's index
+  Bender bender_;
+  std::map<Key, std::vector<int>> built_;  // by the file's index and the way of bending
   SkippedPrimitives skipped_;
   uint64_t geometryBytes_ = 0;
 };

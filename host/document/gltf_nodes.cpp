@@ -48,16 +48,28 @@ Mat4 localTransform(const tinygltf::Node& node) {
   return local;
 }
 
-bool isFinite(const Mat4& t) {
-  return std::all_of(t.m.begin(), t.m.end(), [](float value) { return std::isfinite(value); });
+/// Whether renderers can reckon with it; false for what is not a number, too.
+bool inReach(float value) { return std::abs(value) <= kMaxCoordinate; }
+bool inReach(Vec3 p) { return inReach(p.x) && inReach(p.y) && inReach(p.z); }
+bool inReach(const Mat4& t) {
+  return std::all_of(t.m.begin(), t.m.end(), [](float value) { return inReach(value); });
+}
+
+Vec3 cornerOf(const Bounds& bounds, unsigned corner) {
+  return {(corner & 1U) != 0 ? bounds.high.x : bounds.low.x,
+          (corner & 2U) != 0 ? bounds.high.y : bounds.low.y,
+          (corner & 4U) != 0 ? bounds.high.z : bounds.low.z};
+}
+
+bool inReach(const Bounds& bounds, const Mat4& t) {
+  for (unsigned corner = 0; corner < 8; ++corner) {
+    if (!inReach(transformPoint(t, cornerOf(bounds, corner)))) return false;
+  }
+  return inReach(bounds.low) && inReach(bounds.high);
 }
 
 /// The same place and view direction, with perpendicular unit axes.
 Mat4 withoutScale(const Mat4& t) {
-  const auto unitOr = [](Vec3 v, Vec3 fallback) {
-    const Vec3 unit = normalize(v);
-    return std::abs(length(unit) - 1) < 0.01F ? unit : fallback;
-  };
   const Vec3 z = unitOr({t.m[8], t.m[9], t.m[10]}, {0, 0, 1});
   const Vec3 up = unitOr({t.m[4], t.m[5], t.m[6]}, {0, 1, 0});
   const Vec3 aside = std::abs(z.y) < 0.9F ? Vec3{0, 1, 0} : Vec3{1, 0, 0};
@@ -157,51 +169,89 @@ std::vector<int> defaultRoots(const tinygltf::Model& model) {
   return model.scenes[static_cast<size_t>(std::max(model.defaultScene, 0))].nodes;
 }
 
+/// The transform to the world of every node. Parents come before their children.
+std::vector<Mat4> worldTransforms(const tinygltf::Model& model) {
+  std::vector<Mat4> worlds(model.nodes.size());
+  std::vector<int> order = rootsOf(parents(model));
+  for (const int root : order)
+    worlds[static_cast<size_t>(root)] = localTransform(model.nodes[static_cast<size_t>(root)]);
+  for (size_t i = 0; i < order.size(); ++i) {
+    const auto parent = static_cast<size_t>(order[i]);
+    for (const int child : model.nodes[parent].children) {
+      const auto index = static_cast<size_t>(child);
+      worlds[index] = worlds[parent] * localTransform(model.nodes[index]);
+      order.push_back(child);
+    }
+  }
+  return worlds;
+}
+
+bool hides(const tinygltf::Node& node) {
+  const auto visibility = node.extensions.find("KHR_node_visibility");
+  if (visibility == node.extensions.end() || !visibility->second.Has("visible")) return false;
+  return !visibility->second.Get("visible").Get<bool>();
+}
+
 class Flattener {
  public:
   Flattener(const tinygltf::Model& model, MeshBuilder& meshes, Scene& scene)
-      : model_(model), meshes_(meshes), scene_(scene) {}
+      : model_(model),
+        meshes_(meshes),
+        scene_(scene),
+        worlds_(worldTransforms(model)),
+        skins_(model, worlds_) {}
 
   void walk(const std::vector<int>& roots) {
-    push(roots, Mat4{});
+    push(roots, false);
     while (!pending_.empty()) {
       const Pending next = pending_.back();
       pending_.pop_back();
       const tinygltf::Node& node = model_.nodes[static_cast<size_t>(next.node)];
-      const Mat4 world = next.parent * localTransform(node);
-      if (!isFinite(world)) {
-        throw SceneError("the transform of nodes[" + std::to_string(next.node) + "] is not finite");
-      }
-      visit(node, world);
-      push(node.children, world);
+      const bool hidden = next.hidden || hides(node);
+      visit(next.node, hidden);
+      push(node.children, hidden);
     }
   }
 
  private:
   struct Pending {
     int node = 0;
-    Mat4 parent;
+    bool hidden = false;
   };
 
   /// A stack instead of recursion: the depth of the tree is the file's choice.
-  void push(const std::vector<int>& nodes, const Mat4& parent) {
-    for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) pending_.push_back({*node, parent});
+  void push(const std::vector<int>& nodes, bool hidden) {
+    for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) pending_.push_back({*node, hidden});
   }
 
-  void visit(const tinygltf::Node& node, const Mat4& world) {
+  /// A hidden node still is a place to look from.
+  void visit(int index, bool hidden) {
+    const tinygltf::Node& node = model_.nodes[static_cast<size_t>(index)];
+    const Mat4& world = worlds_[static_cast<size_t>(index)];
+    if (!inReach(world)) {
+      throw SceneError("the transform of nodes[" + std::to_string(index) + "] is not finite or too large");
+    }
     if (node.camera >= 0 && !scene_.camera) {
       scene_.camera = makeCamera(model_.cameras[static_cast<size_t>(node.camera)], world);
     }
+    if (hidden) return;
     const auto light = node.extensions.find("KHR_lights_punctual");
     if (light != node.extensions.end()) {
-      const auto index = static_cast<size_t>(light->second.Get("light").GetNumberAsInt());
-      scene_.lights.push_back(makeLight(model_.lights.at(index), world));
+      const auto lamp = static_cast<size_t>(light->second.Get("light").GetNumberAsInt());
+      scene_.lights.push_back(makeLight(model_.lights.at(lamp), world));
     }
-    if (node.mesh >= 0) place(node.mesh, world);
+    if (node.mesh >= 0) place(index, node);
   }
 
-  void place(int mesh, const Mat4& world) {
-    for (const int part : meshes_.get(mesh)) {
+  /// Joints take a mesh to the world by themselves.
+  void place(int index, const tinygltf::Node& node) {
+    const Bend bend = bendOf(node);
+    const Mat4 world = bend.joints != nullptr ? Mat4{} : worlds_[static_cast<size_t>(index)];
+    for (const int part : meshes_.get(node.mesh, bend)) {
+      if (!inReach(boundsOf(part), world)) {
+        throw SceneError("the mesh of nodes[" + std::to_string(index) +
+                         "] lies too far out: a coordinate is beyond 1e12");
+      }
       placedVertices_ += scene_.meshes[static_cast<size_t>(part)].positions.size();
       scene_.instances.push_back({part, world});
     }
@@ -209,9 +259,31 @@ class Flattener {
     if (placedVertices_ > kMaxPlacedVertices) throw SceneError("more than 4 billion vertices are placed");
   }
 
+  Bend bendOf(const tinygltf::Node& node) {
+    Bend bend;
+    const tinygltf::Mesh& mesh = model_.meshes[static_cast<size_t>(node.mesh)];
+    const std::vector<double>& weights = node.weights.empty() ? mesh.weights : node.weights;
+    const bool morphed = std::any_of(weights.begin(), weights.end(), [](double w) { return w != 0; });
+    if (morphed) {
+      for (const double weight : weights) bend.weights.push_back(static_cast<float>(weight));
+    }
+    if (node.skin >= 0) bend.joints = &skins_.joints(node.skin);
+    return bend;
+  }
+
+  const Bounds& boundsOf(int part) {
+    for (size_t next = bounds_.size(); next <= static_cast<size_t>(part); ++next) {
+      bounds_.push_back(meshBounds(scene_.meshes[next]));
+    }
+    return bounds_[static_cast<size_t>(part)];
+  }
+
   const tinygltf::Model& model_;
   MeshBuilder& meshes_;
   Scene& scene_;
+  const std::vector<Mat4> worlds_;  // by node
+  Skins skins_;
+  std::vector<Bounds> bounds_;  // by the scene's mesh
   std::vector<Pending> pending_;
   uint64_t placedVertices_ = 0;
 };

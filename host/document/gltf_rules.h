@@ -14,13 +14,14 @@ enum class RuleKind {
   String,
   Strings,  // an array of them
   Object,
-  Objects,   // an array of at most `limit`
-  Integer,   // 0 to `limit`
-  Number,    // fits a float
-  Numbers,   // an array of exactly `limit`
-  Index,     // of an element of the array at `target`
-  Indices,   // an array of them
-  IndexMap,  // an object of them
+  Objects,    // an array of at most `limit`
+  Integer,    // 0 to `limit`
+  Number,     // fits a float
+  Numbers,    // an array of exactly `limit`, of any number for 0
+  Index,      // of an element of the array at `target`
+  Indices,    // an array of them
+  IndexMap,   // an object of them
+  IndexMaps,  // an array of such objects, of at most `limit`
 };
 
 struct SchemaRule {
@@ -78,7 +79,8 @@ inline constexpr SchemaRule kSchemaRules[] = {
     {"meshes[].primitives[]", "indices", RuleKind::Index, kOptional, 0, "accessors"},
     {"meshes[].primitives[]", "material", RuleKind::Index, kOptional, 0, "materials"},
     {"meshes[].primitives[]", "mode", RuleKind::Integer, kOptional, 6},
-    {"meshes[].primitives[]", "targets", RuleKind::Objects, kOptional, kMaxPrimitives},
+    {"meshes[].primitives[]", "targets", RuleKind::IndexMaps, kOptional, kMaxPrimitives, "accessors"},
+    {"meshes[]", "weights", RuleKind::Numbers},
 
     {"extensions.KHR_lights_punctual", "lights", RuleKind::Objects, kRequired, kMaxMaterials},
     {"extensions.KHR_lights_punctual.lights[]", "type", RuleKind::String, kRequired},
@@ -97,6 +99,8 @@ inline constexpr SchemaRule kSchemaRules[] = {
     {"nodes[]", "translation", RuleKind::Numbers, kOptional, 3},
     {"nodes[]", "rotation", RuleKind::Numbers, kOptional, 4},
     {"nodes[]", "scale", RuleKind::Numbers, kOptional, 3},
+    {"nodes[]", "weights", RuleKind::Numbers},
+    {"nodes[].extensions.KHR_node_visibility", "visible", RuleKind::Boolean},
     {"nodes[].extensions.KHR_lights_punctual", "light", RuleKind::Index, kRequired, 0, kLights},
 
     {"", "scenes", RuleKind::Objects, kOptional, kMaxNodes},
@@ -153,7 +157,19 @@ inline constexpr SchemaRule kSchemaRules[] = {
     {"cameras[].orthographic", "zfar", RuleKind::Number, kRequired},
 
     {"", "animations", RuleKind::Objects, kOptional, kMaxNodes},
+    {"animations[]", "samplers", RuleKind::Objects, kRequired, kMaxNodes},
+    {"animations[].samplers[]", "input", RuleKind::Index, kRequired, 0, "accessors"},
+    {"animations[].samplers[]", "output", RuleKind::Index, kRequired, 0, "accessors"},
+    {"animations[].samplers[]", "interpolation", RuleKind::String},
+    {"animations[]", "channels", RuleKind::Objects, kRequired, kMaxNodes},
+    {"animations[].channels[]", "sampler", RuleKind::Integer, kRequired, kMaxNodes},
+    {"animations[].channels[]", "target", RuleKind::Object, kRequired},
+    {"animations[].channels[].target", "node", RuleKind::Index, kOptional, 0, "nodes"},
+    {"animations[].channels[].target", "path", RuleKind::String, kRequired},
+
     {"", "skins", RuleKind::Objects, kOptional, kMaxNodes},
+    {"skins[]", "joints", RuleKind::Indices, kRequired, 0, "nodes"},
+    {"skins[]", "inverseBindMatrices", RuleKind::Index, kOptional, 0, "accessors"},
 };
 
 /// The uses of a texture that are read, each with the rules of kTextureRules.

@@ -108,10 +108,9 @@ class Checker {
       case RuleKind::Index:
         return checkIndex(value, rule);
       case RuleKind::IndexMap:
-        expect(value.is_object(), rule, "must be an object");
-        for (const json& element : value) checkIndex(element, rule);
-        return;
+        return checkIndexMap(value, rule);
       case RuleKind::Strings:
+      case RuleKind::IndexMaps:
       case RuleKind::Objects:
       case RuleKind::Numbers:
       case RuleKind::Indices:
@@ -119,12 +118,18 @@ class Checker {
     }
   }
 
+  void checkIndexMap(const json& object, const SchemaRule& rule) const {
+    expect(object.is_object(), rule, "must be an object");
+    for (const json& element : object) checkIndex(element, rule);
+  }
+
   void checkArray(const json& array, const SchemaRule& rule) const {
     expect(array.is_array(), rule, "must be an array");
-    if (rule.kind == RuleKind::Objects && array.size() > rule.limit) {
+    const bool limited = rule.kind == RuleKind::Objects || rule.kind == RuleKind::IndexMaps;
+    if (limited && array.size() > rule.limit) {
       fail(rule.member, "has more than " + std::to_string(rule.limit) + " elements");
     }
-    if (rule.kind == RuleKind::Numbers && array.size() != rule.limit) {
+    if (rule.kind == RuleKind::Numbers && rule.limit != 0 && array.size() != rule.limit) {
       fail(rule.member, "must have " + std::to_string(rule.limit) + " numbers");
     }
     for (const json& element : array) {
@@ -132,6 +137,7 @@ class Checker {
       if (rule.kind == RuleKind::Strings) expect(element.is_string(), rule, "must hold strings only");
       if (rule.kind == RuleKind::Numbers) checkNumber(element, rule);
       if (rule.kind == RuleKind::Indices) checkIndex(element, rule);
+      if (rule.kind == RuleKind::IndexMaps) checkIndexMap(element, rule);
     }
   }
 

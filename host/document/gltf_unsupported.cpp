@@ -8,24 +8,21 @@ namespace host {
 namespace {
 
 constexpr std::string_view kSupportedExtensions[] = {
-    "KHR_lights_punctual",    "KHR_materials_anisotropy",   "KHR_materials_clearcoat",
-    "KHR_materials_ior",      "KHR_materials_sheen",        "KHR_materials_emissive_strength",
-    "KHR_materials_specular", "KHR_materials_transmission", "KHR_materials_unlit",
-    "KHR_materials_volume",   "KHR_mesh_quantization",      "KHR_texture_transform",
-    "VESTA_document"};
+    "KHR_lights_punctual",     "KHR_materials_anisotropy",
+    "KHR_materials_clearcoat", "KHR_materials_ior",
+    "KHR_materials_sheen",     "KHR_materials_emissive_strength",
+    "KHR_materials_specular",  "KHR_materials_transmission",
+    "KHR_materials_unlit",     "KHR_materials_volume",
+    "KHR_mesh_quantization",   "KHR_texture_transform",
+    "KHR_node_visibility",     "VESTA_document"};
 
-std::string counted(size_t count, const char* singular, const char* plural) {
+std::string counted(int count, const char* singular, const char* plural) {
   return std::to_string(count) + " " + (count == 1 ? singular : plural);
-}
-
-template <typename Range, typename Predicate>
-size_t countIf(const Range& range, Predicate predicate) {
-  return static_cast<size_t>(std::count_if(range.begin(), range.end(), predicate));
 }
 
 class Phrases {
  public:
-  void add(size_t count, const char* singular, const char* plural, const char* instead) {
+  void add(int count, const char* singular, const char* plural, const char* instead) {
     if (count > 0) phrases_.push_back(counted(count, singular, plural) + instead);
   }
   void add(std::string phrase) { phrases_.push_back(std::move(phrase)); }
@@ -44,30 +41,17 @@ void addExtensions(const tinygltf::Model& model, Phrases& phrases) {
   }
 }
 
-void addMotion(const tinygltf::Model& model, Phrases& phrases) {
-  phrases.add(model.animations.size(), "animation", "animations", " (everything stands as in the file)");
-  phrases.add(model.skins.size(), "skin", "skins", " (the meshes are not posed)");
-  const auto morphs = [](const tinygltf::Mesh& mesh) {
-    return std::any_of(mesh.primitives.begin(), mesh.primitives.end(),
-                       [](const tinygltf::Primitive& primitive) { return !primitive.targets.empty(); });
-  };
-  phrases.add(countIf(model.meshes, morphs), "mesh with morph targets", "meshes with morph targets",
-              " (shown in the base shape)");
-}
-
 }  // namespace
 
-std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const SkippedPrimitives& skipped,
-                                             int sharedTexCoords) {
+std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const LeftOut& leftOut) {
   Phrases phrases;
   addExtensions(model, phrases);
-  addMotion(model, phrases);
-  phrases.add(static_cast<size_t>(sharedTexCoords), "texture with a fifth set of coordinates",
+  phrases.add(leftOut.channels, "animation channel", "animation channels", " (left out)");
+  phrases.add(leftOut.texCoords, "texture with a fifth set of coordinates",
               "textures with a fifth set of coordinates", " (placed by the first set)");
-  phrases.add(static_cast<size_t>(skipped.points), "primitive of points", "primitives of points",
-              " (left out)");
-  phrases.add(static_cast<size_t>(skipped.lines), "primitive of lines", "primitives of lines", " (left out)");
-  phrases.add(static_cast<size_t>(skipped.withoutPositions), "primitive without positions",
+  phrases.add(leftOut.primitives.points, "primitive of points", "primitives of points", " (left out)");
+  phrases.add(leftOut.primitives.lines, "primitive of lines", "primitives of lines", " (left out)");
+  phrases.add(leftOut.primitives.withoutPositions, "primitive without positions",
               "primitives without positions", " (left out)");
   return phrases.take();
 }

@@ -11,8 +11,14 @@
 
 namespace host {
 
+/// What was met and left out while the scene was built.
+struct LeftOut {
+  SkippedPrimitives primitives;
+  int texCoords = 0;  ///< uses of textures with a set of coordinates that meshes do not keep
+  int channels = 0;   ///< of animations
+};
+
 /// One plain phrase each, with counts, in a fixed order.
-std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const SkippedPrimitives& skipped,
-                                             int sharedTexCoords);
+std::vector<std::string> unsupportedFeatures(const tinygltf::Model& model, const LeftOut& leftOut);
 
 }  // namespace host

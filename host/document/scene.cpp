@@ -9,6 +9,7 @@
 #include "host/document/gltf_meshes.h"
 #include "host/document/gltf_nodes.h"
 #include "host/document/gltf_parse.h"
+#include "host/document/gltf_pose.h"
 #include "host/document/gltf_schema.h"
 #include "host/document/gltf_source.h"
 #include "host/document/gltf_unsupported.h"
@@ -37,12 +38,14 @@ SceneFile loadGltf(const std::filesystem::path& file) {
   SceneFile result;
   GltfSource source = readGltfSource(file);
   ResourceReader resources(source.folder);
-  const tinygltf::Model model = readModel(source, resources, result.document);
+  tinygltf::Model model = readModel(source, resources, result.document);
   source = {};  // the model has copies: large scenes should not be in memory twice
+  const int idleChannels = poseNodes(model, result.document.startFrame / result.document.fps);
   MaterialBuilder materials(model, resources, result.scene);
   MeshBuilder meshes(model, materials, result.scene);
   flattenNodes(model, meshes, result.scene);
-  result.unsupported = unsupportedFeatures(model, meshes.skipped(), materials.sharedTexCoords());
+  result.unsupported =
+      unsupportedFeatures(model, {meshes.skipped(), materials.sharedTexCoords(), idleChannels});
   return result;
 }
 
@@ -54,6 +57,12 @@ SceneFile loadScene(const std::filesystem::path& file) {
   } catch (const std::bad_alloc&) {
     throw SceneError("there is not enough memory for this scene");
   }
+}
+
+Bounds meshBounds(const Mesh& mesh) {
+  Bounds bounds{mesh.positions.front(), mesh.positions.front()};
+  for (const Vec3 position : mesh.positions) extend(bounds, position);
+  return bounds;
 }
 
 std::optional<Bounds> sceneBounds(const Scene& scene) {

@@ -154,6 +154,9 @@ struct Scene {
   std::optional<Camera> camera;  ///< the first one of the scene
 };
 
+/// Bounds of a mesh with at least one vertex, in its own space.
+Bounds meshBounds(const Mesh& mesh);
+
 /// World bounds of every instance's vertices; nothing when the scene has no triangle.
 std::optional<Bounds> sceneBounds(const Scene& scene);
 

@@ -11,12 +11,6 @@ constexpr float kPrecision = 2e-6F;
 
 float largest(Vec3 v) { return std::max({std::abs(v.x), std::abs(v.y), std::abs(v.z)}); }
 
-/// Unit vector along `v`, `fallback` when `v` has no direction that numbers can hold.
-Vec3 unitOr(Vec3 v, Vec3 fallback) {
-  const float square = dot(v, v);
-  return square > 1e-30F && square < 1e30F ? v * (1 / std::sqrt(square)) : fallback;
-}
-
 /// As unitOr, for edges' products, which are as small or large as the fourth power of lengths.
 Vec3 geometricNormal(Vec3 n, Vec3 fallback) {
   const float size = largest(n);
