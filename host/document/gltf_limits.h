@@ -25,8 +25,8 @@ inline constexpr uint64_t kMaxPlacedVertices = uint64_t{4} << 30;  // vertices o
 inline constexpr uint64_t kMaxAnimationNumbers = uint64_t{64} << 20;
 inline constexpr uint64_t kMaxJoints = 1'000'000;                   // of all skins
 inline constexpr uint64_t kMaxMorphedVertices = uint64_t{1} << 30;  // each counted once for a target
-// Metres, of anything that is placed. Beyond, products of three lengths are no floats any more, and ray
-// tracers stop the program.
-inline constexpr float kMaxCoordinate = 1e12F;
+// Metres, of anything that is placed. Not far beyond, ray tracers miss triangles, since products of four
+// lengths are no floats any more; much farther out they stop the program.
+inline constexpr float kMaxCoordinate = 1e8F;
 
 }  // namespace host

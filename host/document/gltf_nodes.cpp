@@ -250,7 +250,7 @@ class Flattener {
     for (const int part : meshes_.get(node.mesh, bend)) {
       if (!inReach(boundsOf(part), world)) {
         throw SceneError("the mesh of nodes[" + std::to_string(index) +
-                         "] lies too far out: a coordinate is beyond 1e12");
+                         "] lies too far out: a coordinate is beyond 1e8");
       }
       placedVertices_ += scene_.meshes[static_cast<size_t>(part)].positions.size();
       scene_.instances.push_back({part, world});
