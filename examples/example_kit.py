@@ -296,6 +296,46 @@ class Gltf:
         primitive = dict(self.json["meshes"][mesh]["primitives"][0], material=material)
         return self.put("meshes", {"primitives": [primitive]})
 
+    def hang(self, mesh, shape, heights):
+        """Hangs a mesh on joints one above the other: each vertex on the two that are next to its height."""
+        joints, weights = [], []
+        for _, y, _ in shape.positions:
+            above = min(max(sum(y >= h for h in heights), 1), len(heights) - 1)
+            part = min(max((y - heights[above - 1]) / (heights[above] - heights[above - 1]), 0), 1)
+            joints.append([above - 1, above, 0, 0])
+            weights.append([1 - part, part, 0, 0])
+        attributes = self.json["meshes"][mesh]["primitives"][0]["attributes"]
+        attributes["JOINTS_0"] = self.accessor(joints, UNSIGNED_BYTE, "VEC4")
+        attributes["WEIGHTS_0"] = self.accessor(weights, FLOAT, "VEC4")
+
+    def chain(self, heights, position):
+        """Joints one above the other, from `position` upwards, as a skin. Answers its index and its nodes."""
+        nodes = [self.node(translation=[round(v, 5) for v in position])]
+        for low, high in zip(heights, heights[1:]):
+            nodes.append(self.node(nodes[-1], translation=[0, round(high - low, 5), 0]))
+        inverse = [[1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, -h, 0, 1] for h in heights]
+        return self.put("skins", {"joints": nodes,
+                                  "inverseBindMatrices": self.accessor(inverse, FLOAT, "MAT4")}), nodes
+
+    def morph(self, mesh, shape, moved):
+        """Adds a morph target: where the shape's vertices are moved to, and their normals there."""
+        bends = [[sub(b, a) for a, b in zip(before, after)]
+                 for before, after in [(shape.positions, moved.positions), (shape.normals, moved.normals)]]
+        bounds = {"min": [round(min(p[k] for p in bends[0]), 6) for k in range(3)],
+                  "max": [round(max(p[k] for p in bends[0]), 6) for k in range(3)]}
+        self.json["meshes"][mesh]["primitives"][0].setdefault("targets", []).append(
+            {"POSITION": self.accessor(bends[0], FLOAT, "VEC3", **bounds),
+             "NORMAL": self.accessor(bends[1], FLOAT, "VEC3")})
+
+    def animate(self, animation, node, path, times, values, interpolation="LINEAR"):
+        """Adds a channel to an animation ({"channels": [], "samplers": []})."""
+        kind = {"weights": "SCALAR", "rotation": "VEC4"}.get(path, "VEC3")
+        keys = self.accessor(times, FLOAT, "SCALAR", min=[times[0]], max=[times[-1]])
+        animation["samplers"].append({"input": keys, "output": self.accessor(values, FLOAT, kind),
+                                      "interpolation": interpolation})
+        animation["channels"].append({"sampler": len(animation["samplers"]) - 1,
+                                      "target": {"node": node, "path": path}})
+
     def texture(self, picture, clamp=False):
         image = self.put("images", {"bufferView": self.view(picture), "mimeType": "image/png"})
         wrap = 33071 if clamp else 10497

@@ -8,7 +8,7 @@ import sys
 
 sys.dont_write_bytecode = True  # the folder is for scenes
 
-from example_kit import (Gltf, Noise, Shape, cross, ground, lathe, mix, png, rounded_box,
+from example_kit import (Gltf, Noise, Shape, cross, ground, lathe, linear, mix, png, rounded_box,
                          sphere, srgb, stepped, sub, surface, sweep, torus, turn)
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -462,6 +462,47 @@ def blocks():
     g.save(HERE / "tree" / "blocks.vesta", "glb")
 
 
+def reeds():
+    """Reeds in the wind, hung on joints, and a drop that was just thrown up: a moment of an animation."""
+    g = Gltf()
+    g.json["extensions"]["VESTA_document"]["startFrame"] = 20
+    swing = g.json.setdefault("animations", [{"channels": [], "samplers": []}])[0]
+    g.place(g.mesh(sweep(30, 14, 9, 4), g.material("#d6dcd2", roughness=1.0)), (0, 0, -1.5))
+    g.place(g.mesh(lathe([(1.9, 0), (2.0, 0.1), (1.8, 0.16), (0.001, 0.1)], 64, 4),
+                   g.material("#5d93a6", roughness=0.06)), (0, 0, 0.3))
+    heights = [0, 0.7, 1.3, 1.8, 2.2, 2.5]
+    stalk = lathe([(0.035, 0), (0.033, 1.2), (0.03, 1.72), (0.085, 1.8), (0.09, 2.1), (0.085, 2.3), (0.02, 2.38),
+                   (0.012, 2.5), (0.001, 2.52)], 14, 5)
+    stalk.colors = [linear("#6b4a2e" if 1.75 < p[1] < 2.36 else "#7f9a4e") for p in stalk.positions]
+    reed = g.mesh(stalk, g.material(roughness=0.7))
+    g.hang(reed, stalk, heights)
+    rng = random.Random(11)
+    for i in range(9):
+        around = 2 * math.pi * i / 9 + 0.4
+        spot = [1.25 * math.cos(around), 0.05, 0.3 + 0.95 * math.sin(around)]
+        skin, joints = g.chain(heights, spot)
+        g.node(mesh=reed, skin=skin)
+        for k, joint in enumerate(joints[1:-1]):
+            gust = rng.uniform(7, 12) * (1 + 0.25 * k)
+            g.animate(swing, joint, "rotation", [0, 0.8, 1.6],
+                      [turn("z", gust), turn("z", -gust), turn("z", gust)])
+    ball = sphere(0.34, 40, 20)
+    drop = surface(40, 20, lambda u, v: [
+        -0.26 * math.cos(2 * math.pi * u) * math.sin(math.pi * v) * (1 - 0.45 * v), 0.5 * (v - 0.42) * 2 - 0.08,
+        0.26 * math.sin(2 * math.pi * u) * math.sin(math.pi * v) * (1 - 0.45 * v)])
+    pearl = g.mesh(ball, g.material("#8fd0e6", roughness=0.08))
+    g.morph(pearl, ball, drop)
+    thrown = g.place(pearl)
+    g.animate(swing, thrown, "weights", [0, 0.4, 1.2], [0, 0.2, 1])
+    # Up and down as one throw: a parabola is a cubic spline.
+    g.animate(swing, thrown, "translation", [0, 2],
+              [[0, 0, 0], [0, 0.4, 0.3], [0, 4.9, 0], [0, -4.9, 0], [0, 0.4, 0.3], [0, 0, 0]], "CUBICSPLINE")
+    g.light("directional", (3, 6, 5), (0, 0, 0), "#fff0d8", 2.6)
+    g.camera((0.6, 2.6, 7.4), (0, 1.35, 0), 33)
+    g.save(HERE / "tree" / "reeds.vesta")
+
+
 if __name__ == "__main__":
-    for make in (marbles, gallery, lamp, vitrine, mirrors, layers, hills, garden, scroll, orrery, blocks):
+    for make in (marbles, gallery, lamp, vitrine, mirrors, layers, hills, garden, scroll, orrery, blocks,
+                 reeds):
         make()
