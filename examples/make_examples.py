@@ -199,13 +199,14 @@ def layers():
 def vitrine():
     """Glass and brass under one bright panel, for the path tracer: soft shadows, colors that spill."""
     black = {"7102": 1, "7103": 0.0}  # around the room
-    g = Gltf(renderer=1023342, posts=[{"type": 1023342, "settings": {"4001": 64}}], **black)
+    g = Gltf(renderer=1023342, posts=[{"type": 1023342, "settings": {"4001": 32, "4003": 3}}], **black)
     wall = g.material("#dcd6cc", roughness=0.95)
     for color, x in (("#b4553c", -3.2), ("#3f7a64", 3.2)):
         g.place(g.mesh(rounded_box(0.1, 4.2, 5, 0.02), g.material(color, roughness=0.95)), (x, 0, 0))
     for size, position in (((6.5, 0.1, 5), (0, -0.1, 0)), ((6.5, 0.1, 5), (0, 4.2, 0)), ((6.5, 4.3, 0.1), (0, 0, -2.5))):
         g.place(g.mesh(rounded_box(*size, 0.02), wall), position)
-    g.place(g.mesh(rounded_box(2.2, 0.04, 1.4, 0.01), g.material("#000000", glow="#fff2df", strength=9)), (0, 4.12, 0.2))
+    g.place(g.mesh(ground(2.2, 1.4), g.material("#000000", glow="#fff2df", strength=9)), (0, 4.12, 0.2),
+            rotation=turn("x", 180))
     ball = g.mesh(sphere(1.0, 64, 32), g.material("#e2b45c", metallic=1.0, roughness=0.12))
     g.place(ball, (-1.45, 0.8, -0.7), scale=[0.8] * 3)
     glass = g.material("#ffffff", roughness=0.0)

@@ -26,21 +26,29 @@ struct Golden {
 
 constexpr Golden kGolden[] = {{"light/marbles", RendererId::Standard, "marbles-standard"},
                               {"surface/layers", RendererId::Standard, "layers-standard"},
-                              {"surface/garden", RendererId::Preview, "garden-preview"}};
+                              {"surface/garden", RendererId::Preview, "garden-preview"},
+                              {"light/vitrine", RendererId::Physical, "vitrine-physical"},
+                              {"surface/mirrors", RendererId::OpenGl, "mirrors-opengl"},
+                              {"tree/reeds", RendererId::OpenGl, "reeds-opengl"}};
 
-Image pictureOf(const Golden& golden) {
+/// Empty where the machine has no driver for it.
+Image pictureOf(const Golden& golden) try {
   Document document(fs::path(VESTA_TEST_EXAMPLES) / (std::string(golden.scene) + ".vesta"));
   document.renderSettings().set(render_setting::kRenderer, static_cast<int32_t>(golden.renderer));
   RenderRequest request;
   request.width = kWidth;
   request.height = kHeight;
   return DocumentRenderer(document).render(document.renderSettings(), request);
+} catch (const std::runtime_error& error) {
+  if (std::string(error.what()).starts_with("OpenGL is not available")) return {};
+  throw;
 }
 
 TEST(GoldenPictures, LookAsTheyDid) {
   for (const Golden& golden : kGolden) {
     const fs::path file = fs::path(VESTA_TEST_DATA) / "pictures" / (std::string(golden.name) + ".png");
     const Image now = pictureOf(golden);
+    if (now.pixels.empty()) continue;
     if (std::getenv("VESTA_WRITE_PICTURES") != nullptr) writePng(file, now);
     const Image then = readImage(file);
     ASSERT_EQ(now.pixels.size(), then.pixels.size()) << golden.name;

@@ -177,12 +177,14 @@ Scattering Bsdf::evaluate(Vec3 toLight) const {
 }
 
 std::optional<ScatteringSample> Bsdf::sample(float choice, Vec2 u) const {
-  if ((choice -= byGlass_) < 0) return throughGlass(u);
-  if ((choice -= byFacets_) < 0) {
+  if (choice < byGlass_) return throughGlass(u);
+  choice -= byGlass_;
+  if (choice < byFacets_) {
     const Vec3 half = facets_.visibleFacet(viewer_, u);
     return reflected(frame_.toWorld(half * (2 * dot(viewer_, half)) - viewer_), m_.roughness);
   }
-  if ((choice -= byCoat_) < 0) {
+  choice -= byFacets_;
+  if (choice < byCoat_) {
     const Vec3 half = coat_.visibleFacet(coatViewer_, u);
     return reflected(coatFrame_.toWorld(half * (2 * dot(coatViewer_, half)) - coatViewer_),
                      m_.clearcoatRoughness);
