@@ -150,6 +150,8 @@ class Standard {
           path_(path),
           width_(ray.widthAt(distance)),
           material_(materialAt(r_.data_.textures, surface)),
+          // The analyzer does not see into this constructor.
+          // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject)
           reflectance_(material_, surface.normal, -ray.direction) {}
 
     Vec3 light() const {

@@ -123,6 +123,9 @@ float roughLog2(float x) {
          (fraction - 1) * (1.3366F + (fraction - 1) * -0.3366F);
 }
 
+/// 0..1 as 0..255, rounded.
+uint8_t toByte(float value) { return static_cast<uint8_t>(std::lround(value * 255)); }
+
 }  // namespace
 
 Image halved(const Image& image, bool srgb) {
@@ -150,9 +153,9 @@ Image halved(const Image& image, bool srgb) {
       }
       for (int c = 0; c < colors; ++c) {
         const float mean = weight > 0 ? sum[c] / weight : plain[c] / 4;
-        *out++ = srgb ? linearToSrgb(mean) : static_cast<uint8_t>(mean * 255 + 0.5F);
+        *out++ = srgb ? linearToSrgb(mean) : toByte(mean);
       }
-      if (hasAlpha) *out++ = static_cast<uint8_t>(weight / 4 * 255 + 0.5F);
+      if (hasAlpha) *out++ = toByte(weight / 4);
     }
   }
   return half;
