@@ -1,6 +1,7 @@
 // Lumicheck runs of the whole program: building, comparing, references that do not fit, paths of any bytes.
 #include <nlohmann/json.hpp>
 
+#include "host/services/image.h"
 #include "tests/support/program_test.h"
 
 namespace {
@@ -50,6 +51,26 @@ TEST_F(ProgramRun, FindsTheOneSceneThatChanged) {
   EXPECT_EQ(images(result(3)).at("0003d.tif"), images(result(2)).at("0003d.tif"));
   EXPECT_EQ(vesta({"check", result(3)}).status, 1);
   EXPECT_EQ(vesta({"check", result(3), "--max-diff", "100"}).status, 0);
+}
+
+TEST_F(ProgramRun, TestsWithoutGlowAndWithFixedSampling) {
+  std::string text = tinySceneText(
+      {.renderer = 1023342, .videoPosts = R"(,"videoPosts":[{"type":1023342,"settings":{"3100":2,"4001":4}},
+                                                  {"type":1001015,"settings":{"1000":0.9,"1001":0.3}}])"});
+  // A sky that is brighter than white spills.
+  text.replace(text.find(R"("5300")"), 0, R"("7103":3.5,)");
+  writeText(scenes / "a.vesta", text);
+  build();
+  const auto rendered = [&](const Words& more) {
+    Words words = {"render", scenes / "a.vesta", folder / "a.tif"};
+    words.insert(words.end(), more.begin(), more.end());
+    EXPECT_EQ(vesta(words).status, 0);
+    return host::readImage(folder / "a.tif").pixels;
+  };
+  const auto tested = host::readImage(result(1) / "0001.tif").pixels;
+  EXPECT_EQ(tested, rendered({"--post", "1023342:3100=1", "--post", "1001015:1000=0.0"}));
+  EXPECT_NE(tested, rendered({"--post", "1023342:3100=1"})) << "glow";
+  EXPECT_NE(tested, rendered({"--post", "1001015:1000=0.0"})) << "adaptive sampling";
 }
 
 TEST_F(ProgramRun, JudgesByItsLimitsAndWritesReports) {
