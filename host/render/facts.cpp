@@ -8,6 +8,7 @@
 // libjpeg's header needs <cstdio> before it.
 #include <jpeglib.h>
 
+#include "host/render/opengl.h"
 #include "host/render/trace.h"
 
 #define VESTA_STRING(text) #text
@@ -39,6 +40,7 @@ std::vector<std::string> renderFacts() {
   facts.push_back("libtiff " + tiffVersion());
   facts.push_back("libpng " + std::string(png_get_libpng_ver(nullptr)));
   facts.push_back(jpegVersion());
+  if (const std::string driver = openGlFact(); !driver.empty()) facts.push_back(driver);
   return facts;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <numeric>
 
 #include "host/render/camera.h"
@@ -331,7 +332,6 @@ class Drawing {
     block.skyAcross = with(right * (parallel * static_cast<float>(tile.width) / width), 0);
     block.skyUp = with(up * (parallel * static_cast<float>(tile.height) / height), 0);
     block.forward = with(view_.forward, 1 - parallel);
-    block.shadow.y = -1;
     block.lampCount[0] = static_cast<int32_t>(lights_.lamps.size());
     frame_ = makeBuffer(&block, sizeof block);
     gl().BindBufferBase(GL_UNIFORM_BUFFER, kGlFrameBinding, frame_.name());
@@ -350,7 +350,7 @@ class Drawing {
     const Instance& instance = scene_.instances[draw.instance];
     const GlMesh& mesh = atDriver_.mesh(instance.mesh);
     const Material& material = *atDriver_.materialOf(instance).material;
-    const GLuint program = atDriver_.useSurface(instance, false);
+    const GLuint program = atDriver_.useSurface(instance);
     place(program, draw.instance);
     gl().VertexArrayElementBuffer(mesh.array.name(), (draw.sorted ? sortedBuffer_ : mesh.ownIndices).name());
     gl().BindVertexArray(mesh.array.name());
@@ -387,6 +387,8 @@ class Drawing {
         bound = true;
         const size_t offset = 3 * sizeof(uint32_t) * (static_cast<size_t>(draw.first) + first);
         gl().DrawElements(GL_TRIANGLES, static_cast<GLsizei>(3 * (end - first)), GL_UNSIGNED_INT,
+                          // An offset, which this API of old takes as an address.
+                          // NOLINTNEXTLINE(performance-no-int-to-ptr)
                           reinterpret_cast<const void*>(offset));
         addCost(cost);
       }
@@ -486,6 +488,18 @@ class Drawing {
   std::vector<float> pixels_;
 };
 
+std::mutex factMutex;
+std::string& theFact() {
+  static std::string fact;
+  return fact;
+}
+
+/// Needs a current context.
+void noteDriver() {
+  const std::lock_guard lock(factMutex);
+  theFact() = "opengl " + glDriver();
+}
+
 }  // namespace
 
 struct OpenGlRenderer::Kept {
@@ -493,11 +507,10 @@ struct OpenGlRenderer::Kept {
   OpenGlLimits limits;
   std::optional<GlContext> context;
   std::optional<GlScene> atDriver;
-  std::string fact;
 };
 
 OpenGlRenderer::OpenGlRenderer(const Scene& scene, OpenGlLimits limits)
-    : kept_(new Kept{scene, limits, {}, {}, {}}) {}
+    : kept_(new Kept{scene, limits, {}, {}}) {}
 
 OpenGlRenderer::~OpenGlRenderer() {
   if (!kept_->atDriver) return;
@@ -509,7 +522,10 @@ OpenGlRenderer::~OpenGlRenderer() {
   }
 }
 
-const std::string& OpenGlRenderer::fact() const { return kept_->fact; }
+std::string openGlFact() {
+  const std::lock_guard lock(factMutex);
+  return theFact();
+}
 
 Image OpenGlRenderer::render(const RenderRequest& request) {
   requireSize(request);
@@ -517,7 +533,7 @@ Image OpenGlRenderer::render(const RenderRequest& request) {
   if (!kept_->context) kept_->context.emplace();
   const GlContext::Current current(*kept_->context);
   if (!kept_->atDriver) {
-    kept_->fact = "opengl " + glDriver();
+    noteDriver();
     kept_->atDriver.emplace(kept_->scene);
   }
   return Drawing(kept_->scene, *kept_->atDriver, kept_->limits, request).run();

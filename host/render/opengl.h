@@ -26,12 +26,13 @@ class OpenGlRenderer {
   /// is not available: ...".
   Image render(const RenderRequest& request);
 
-  /// "opengl" and the driver's name and version: what can change a pixel. Empty before the first render.
-  const std::string& fact() const;
-
  private:
   struct Kept;
   std::unique_ptr<Kept> kept_;
 };
+
+/// "opengl" and the driver's name and version, which can change a pixel. Empty as long as nothing was
+/// rendered with it in this process. Thread: any.
+std::string openGlFact();
 
 }  // namespace host

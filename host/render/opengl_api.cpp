@@ -5,6 +5,7 @@
 #include <EGL/eglext.h>
 #include <dlfcn.h>
 
+#include <mutex>
 #include <stdexcept>
 
 namespace host {
@@ -14,11 +15,12 @@ namespace {
   throw std::runtime_error("OpenGL is not available: " + reason);
 }
 
-/// Opened at first use and never closed: programs that render in other ways run on machines without it, and
-/// start without its cost.
+/// The library's entry points, and its display.
 class Egl {
  public:
-  Egl() {
+  /// Opened at first use and never closed: programs that render in other ways run on machines without it, and
+  /// start without its cost.
+  void open() {
     library_ = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
     if (!library_) notAvailable("the library libEGL.so.1 cannot be loaded");
     load(GetProcAddress, "eglGetProcAddress");
@@ -52,12 +54,18 @@ class Egl {
     if (!function) notAvailable(std::string("the library libEGL.so.1 is too old, it has no ") + name);
   }
 
-  void* library_;
+  void* library_ = nullptr;
 };
 
+constinit Egl opened;
+
+/// Once a context was made.
+const Egl& openedEgl() noexcept { return opened; }
+
 const Egl& egl() {
-  static const Egl kEgl;  // a failure is thrown each time anew
-  return kEgl;
+  static std::once_flag once;
+  std::call_once(once, [] { opened.open(); });  // a failure is thrown each time anew
+  return opened;
 }
 
 GlCalls loadCalls() {
@@ -114,7 +122,7 @@ GlContext::GlContext() {
   }
 }
 
-GlContext::~GlContext() { egl().DestroyContext(egl().display, context_); }
+GlContext::~GlContext() { openedEgl().DestroyContext(openedEgl().display, context_); }
 
 GlContext::Current::Current(const GlContext& context) {
   const Egl& e = egl();
@@ -125,7 +133,7 @@ GlContext::Current::Current(const GlContext& context) {
 }
 
 GlContext::Current::~Current() {
-  const Egl& e = egl();
+  const Egl& e = openedEgl();
   e.MakeCurrent(e.display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
   e.ReleaseThread();
 }

@@ -250,30 +250,12 @@ GlFeatures GlScene::featuresOf(const Mesh& mesh, const Material& m) const {
   return features;
 }
 
-GLuint GlScene::useSurface(const Instance& instance, bool shadowed) {
+GLuint GlScene::useSurface(const Instance& instance) {
   const GlMaterial& material = materialOf(instance);
-  GlFeatures features = featuresOf(meshOf(instance), *material.material);
-  features.shadowed = shadowed && !features.unlit;
+  const GlFeatures features = featuresOf(meshOf(instance), *material.material);
   auto [place, isNew] = surfaces_.try_emplace(features);
   if (isNew) place->second = makeShading(features);
-  use(place->second, material);
-  return place->second.program.name();
-}
-
-GLuint GlScene::useCaster(const Instance& instance) {
-  const GlMaterial& material = materialOf(instance);
-  const GlFeatures all = featuresOf(meshOf(instance), *material.material);
-  GlFeatures features;
-  features.mask = all.mask;
-  if (all.mask)
-    features.sets[static_cast<int>(GlSlot::BaseColor)] = all.sets[static_cast<int>(GlSlot::BaseColor)];
-  auto [place, isNew] = casters_.try_emplace(features);
-  if (isNew) place->second = makeShadowShading(features);
-  use(place->second, material);
-  return place->second.program.name();
-}
-
-void GlScene::use(const GlShading& shading, const GlMaterial& material) {
+  const GlShading& shading = place->second;
   gl().UseProgram(shading.program.name());
   gl().BindBufferBase(GL_UNIFORM_BUFFER, kGlMaterialBinding, material.block.name());
   const std::array<TextureUse, kGlSlots> uses = usesOf(*material.material);
@@ -285,6 +267,7 @@ void GlScene::use(const GlShading& shading, const GlMaterial& material) {
     gl().BindTextureUnit(unit, picture ? picture.name() : white_.name());
     gl().BindSampler(unit, samplerOf(texture));
   }
+  return shading.program.name();
 }
 
 GLuint GlScene::samplerOf(const Texture& t) {

@@ -36,17 +36,14 @@ class GlScene {
   const Mesh& meshOf(const Instance& instance) const { return scene_.meshes[instance.mesh]; }
   const GlMaterial& materialOf(const Instance& instance) const;
 
-  /// Makes a draw's program, textures and material the current ones. `shadowed`: there is a shadow map.
-  GLuint useSurface(const Instance& instance, bool shadowed);
-  /// The same for drawing a shadow map.
-  GLuint useCaster(const Instance& instance);
+  /// Makes a draw's program, textures and material the current ones. The program's name.
+  GLuint useSurface(const Instance& instance);
 
  private:
   GlMesh makeMesh(const Mesh& mesh) const;
   GlFeatures featuresOf(const Mesh& mesh, const Material& material) const;
   void uploadPicture(const std::vector<const Image*>& levels, size_t picture, bool srgb);
   GLuint samplerOf(const Texture& texture);
-  void use(const GlShading& shading, const GlMaterial& material);
 
   const Scene& scene_;
   const Material defaultMaterial_;
@@ -56,7 +53,7 @@ class GlScene {
   std::vector<size_t> pictureOf_;      ///< by texture
   GlTexture white_;
   std::map<int, GlSampler> samplers_;
-  std::map<GlFeatures, GlShading> surfaces_, casters_;
+  std::map<GlFeatures, GlShading> surfaces_;
 };
 
 }  // namespace host

@@ -1,5 +1,6 @@
 #include "host/render/opengl_shaders.h"
 
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -10,8 +11,6 @@ constexpr const char* kHead = R"(#version 450 core
 layout(std140, binding = 0) uniform Frame {
   mat4 toClip;
   vec4 skyCenter, skyAcross, skyUp, forward;
-  mat4 toShadow;
-  vec4 shadow;
   ivec4 lampCount;
 } frame;
 )";
@@ -140,24 +139,6 @@ Light lampAt(int index, vec3 position) {
   float share = clamp(1.0 - ratio * ratio * ratio * ratio, 0.0, 1.0) * cone * cone / (distance * distance);
   if (kind.x == 2.0) return Light(-axis.xyz, intensity.rgb);
   return Light(direction, distance > 0.0 ? intensity.rgb * share : vec3(0));
-}
-)";
-
-constexpr const char* kShadow = R"(
-layout(binding = 2) uniform sampler2DShadow shadowMap;
-
-// Part of the lamp's light that comes past things: the mean of sixteen places in four by four texels, each
-// interpolated.
-float passing(vec3 position, vec3 geometric) {
-  vec3 place = (frame.toShadow * vec4(position + geometric * (1.5 * frame.shadow.x), 1)).xyz;
-  vec2 texel = 1.0 / vec2(textureSize(shadowMap, 0));
-  float sum = 0.0;
-  for (int y = 0; y < 4; ++y) {
-    for (int x = 0; x < 4; ++x) {
-      sum += texture(shadowMap, place + vec3((vec2(x, y) - 1.5) * texel, 0));
-    }
-  }
-  return sum / 16.0;
 }
 )";
 
@@ -332,11 +313,7 @@ vec3 shade(inout Point p, vec3 geometric) {
   vec3 sum = p.emitted;
   for (int i = 0; i < frame.lampCount.x; ++i) {
     Light light = lampAt(i, at.position);
-    vec3 lit = ofLight(p, light.direction) * light.radiance;
-#ifdef SHADOWED
-    if (i == int(frame.shadow.y)) lit *= passing(at.position, geometric);
-#endif
-    sum += lit;
+    sum += ofLight(p, light.direction) * light.radiance;
   }
   sum += (p.diffuse * p.baseShare + p.sheen * kSheenAlbedo) * p.occlusion * skyAmbient(p.normal);
   vec3 most = max(vec3((1.0 - p.roughness) * p.grazing), p.mirror);
@@ -377,14 +354,6 @@ void main() {
   color = vec4(min(light, vec3(60000)) * coverage, 1);  // half precision ends at 65504
 #ifdef BLEND
   behind = vec4(1.0 - coverage + coverage * through, 1);
-#endif
-}
-)";
-
-constexpr const char* kShadowMain = R"(
-void main() {
-#ifdef MASK
-  if (!((material.baseColor * readBaseColor() * at.color).a >= material.emissive.w)) discard;
 #endif
 }
 )";
@@ -433,7 +402,7 @@ std::string defines(const GlFeatures& f) {
   return "#define SLOTS " + std::to_string(kGlSlots) + "\n" + define("UNLIT", f.unlit) +
          define("MASK", f.mask) + define("ALPHA", f.blend) + define("BLEND", f.blend || f.transmission) +
          define("TRANSMISSION", f.transmission) + define("CLEARCOAT", f.clearcoat) +
-         define("SHEEN", f.sheen) + define("ANISOTROPY", f.anisotropy) + define("SHADOWED", f.shadowed) +
+         define("SHEEN", f.sheen) + define("ANISOTROPY", f.anisotropy) +
          define("TANGENTS", normalMaps || f.anisotropy);
 }
 
@@ -448,12 +417,13 @@ std::string readers(const GlFeatures& f, std::array<int, kGlSlots>& units) {
       text.append("vec4 read").append(name).append("() { return vec4(1); }\n");
       continue;
     }
-    const std::string uv = "at.sets[" + std::to_string(*f.sets[i] / 2) + (*f.sets[i] % 2 ? "].zw" : "].xy");
-    const std::string row = std::to_string(2 * i), column = std::to_string(2 * i + 1);
-    text += "#define READS_" + name + "\nlayout(binding = " + std::to_string(units[i]) +
-            ") uniform sampler2D texture" + name + ";\nvec4 read" + name + "() {\n  vec3 uv = vec3(" + uv +
-            ", 1);\n  return texture(texture" + name + ", vec2(dot(material.moves[" + row +
-            "].xyz, uv), dot(material.moves[" + column + "].xyz, uv)));\n}\n";
+    std::ostringstream reader;
+    reader << "#define READS_" << name << "\nlayout(binding = " << units[i] << ") uniform sampler2D texture"
+           << name << ";\nvec4 read" << name << "() {\n  vec3 uv = vec3(at.sets[" << *f.sets[i] / 2
+           << (*f.sets[i] % 2 == 0 ? "].xy" : "].zw") << ", 1);\n  return texture(texture" << name
+           << ", vec2(dot(material.moves[" << 2 * i << "].xyz, uv), dot(material.moves[" << 2 * i + 1
+           << "].xyz, uv)));\n}\n";
+    text += reader.str();
   }
   return text;
 }
@@ -467,7 +437,6 @@ std::string vertexText(const char* projection) {
 GlShading makeShading(const GlFeatures& features) {
   GlShading shading;
   std::string text = kHead + defines(features) + kMaterialHead + readers(features, shading.units) + kSky;
-  if (features.shadowed) text += kShadow;
   text.append(kSurface).append(kLamps).append(kReflectance).append(kShade);
   shading.program = linked(vertexText("frame.toClip"), text);
   return shading;
@@ -475,13 +444,6 @@ GlShading makeShading(const GlFeatures& features) {
 
 GlProgram makeSkyProgram() {
   return linked(std::string(kHead) + kSkyVertex, std::string(kHead) + kSky + kSkyFragment);
-}
-
-GlShading makeShadowShading(const GlFeatures& features) {
-  GlShading shading;
-  shading.program = linked(vertexText("frame.toClip"), kHead + defines(features) + kMaterialHead +
-                                                           readers(features, shading.units) + kShadowMain);
-  return shading;
 }
 
 }  // namespace host

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <optional>
+#include <tuple>
 
 #include "host/document/geometry.h"
 #include "host/render/opengl_api.h"
@@ -43,8 +44,6 @@ struct GlFrameBlock {
   Vec4 skyCenter;         ///< direction seen in the tile's middle
   Vec4 skyAcross, skyUp;  ///< to its right and upper edge
   Vec4 forward;           ///< w: 1 when all rays are parallel to it
-  Mat4 toShadow;          ///< from world offsets to the shadow map's coordinates and depth, 0..1
-  Vec4 shadow;            ///< x: metres that a texel covers, y: which lamp (-1: none)
   int32_t lampCount[4];   ///< the first counts
 };
 
@@ -66,9 +65,9 @@ struct GlFeatures {
   std::array<std::optional<int>, kGlSlots> sets;  ///< by slot: set of texture coordinates, none: no texture
   bool unlit = false, mask = false, blend = false, transmission = false;
   bool clearcoat = false, sheen = false, anisotropy = false;
-  bool shadowed = false;  ///< the scene has a shadow map
 
-  auto operator<=>(const GlFeatures&) const = default;
+  auto key() const { return std::tie(sets, unlit, mask, blend, transmission, clearcoat, sheen, anisotropy); }
+  bool operator<(const GlFeatures& other) const { return key() < other.key(); }
 };
 
 /// A linked program and the unit at which each of its textures is looked for (-1: not read).
@@ -78,12 +77,10 @@ struct GlShading {
 };
 
 inline constexpr GLuint kGlFrameBinding = 0, kGlMaterialBinding = 1;
-inline constexpr GLuint kGlSkyUnit = 0, kGlLampUnit = 1, kGlShadowUnit = 2, kGlFirstUnit = 3;
+inline constexpr GLuint kGlSkyUnit = 0, kGlLampUnit = 1, kGlFirstUnit = 2;
 
 /// Need a current context; throw std::runtime_error when the driver refuses the program.
 GlShading makeShading(const GlFeatures& features);
 GlProgram makeSkyProgram();
-/// Depth alone, seen from a lamp; surfaces with a mask let light through their holes.
-GlShading makeShadowShading(const GlFeatures& features);
 
 }  // namespace host
