@@ -347,6 +347,7 @@ class Drawing {
 
   /// What a draw's programs and buffers need to be bound for it.
   void bind(const Draw& draw) {
+    if (request_.stopped()) throw RenderStopped();  // a new program takes the driver long to make
     const Instance& instance = scene_.instances[draw.instance];
     const GlMesh& mesh = atDriver_.mesh(instance.mesh);
     const Material& material = *atDriver_.materialOf(instance).material;
@@ -534,7 +535,7 @@ Image OpenGlRenderer::render(const RenderRequest& request) {
   const GlContext::Current current(*kept_->context);
   if (!kept_->atDriver) {
     noteDriver();
-    kept_->atDriver.emplace(kept_->scene);
+    kept_->atDriver.emplace(kept_->scene, request.stopped);
   }
   return Drawing(kept_->scene, *kept_->atDriver, kept_->limits, request).run();
 }

@@ -10,7 +10,7 @@ namespace host {
 /// How much the driver is asked to do at once; no picture depends on `batch`.
 struct OpenGlLimits {
   int tile = 1024;     ///< most pixels a side that are drawn in one go
-  double batch = 2e6;  ///< shaded pixels (about) between two looks at whether to stop
+  double batch = 4e5;  ///< shaded pixels (about) between two looks at whether to stop
 };
 
 /// Keeps what the driver needs of a scene between renders. Keeps a reference to the scene, which must outlive

@@ -149,12 +149,16 @@ GLint wrapOf(Wrap wrap) {
 
 }  // namespace
 
-GlScene::GlScene(const Scene& scene) : scene_(scene) {
-  const Textures textures(scene);
+GlScene::GlScene(const Scene& scene, const std::function<bool()>& stopped) : scene_(scene) {
+  const auto goOn = [&] {
+    if (stopped()) throw RenderStopped();
+  };
+  const Textures textures(scene, stopped);
   for (size_t i = 0; i < scene.textures.size(); ++i)
     pictureOf_.push_back(textures.pictureOf(static_cast<int>(i)));
   pictures_.resize(textures.pictureCount());
   for (size_t i = 0; i < scene.textures.size(); ++i) {
+    goOn();
     if (!pictures_[pictureOf_[i]])
       uploadPicture(textures.levels(pictureOf_[i]), pictureOf_[i], scene.textures[i].srgb);
   }
@@ -171,7 +175,10 @@ GlScene::GlScene(const Scene& scene) : scene_(scene) {
         material.alphaMode == AlphaMode::Blend || (material.transmission > 0 && !material.unlit);
     materials_.push_back({&material, makeBuffer(&block, sizeof block), seeThrough});
   }
-  for (const Mesh& mesh : scene.meshes) meshes_.push_back(makeMesh(mesh));
+  for (const Mesh& mesh : scene.meshes) {
+    goOn();
+    meshes_.push_back(makeMesh(mesh));
+  }
   checkGl("the meshes");
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/render/opengl_shaders.h"
+#include "host/render/renderer.h"
 #include "host/render/texture.h"
 
 namespace host {
@@ -30,7 +31,8 @@ struct GlMaterial {
 class GlScene {
  public:
   /// Keeps a reference to the scene. Throws std::runtime_error when the driver has too little memory.
-  explicit GlScene(const Scene& scene);
+  /// Throws RenderStopped when `stopped` is true before all is there.
+  GlScene(const Scene& scene, const std::function<bool()>& stopped);
 
   const GlMesh& mesh(int index) const { return meshes_[index]; }
   const Mesh& meshOf(const Instance& instance) const { return scene_.meshes[instance.mesh]; }

@@ -6,8 +6,12 @@
 #include <cmath>
 #include <map>
 
+#include "host/render/renderer.h"
+
 namespace host {
 namespace {
+
+constexpr int kRowsBetweenStops = 64;
 
 std::array<float, 256> makeDecodeTable(bool srgb) {
   std::array<float, 256> table{};
@@ -128,7 +132,7 @@ uint8_t toByte(float value) { return static_cast<uint8_t>(std::lround(value * 25
 
 }  // namespace
 
-Image halved(const Image& image, bool srgb) {
+Image halved(const Image& image, bool srgb, const std::function<bool()>& stopped) {
   Image half{std::max(image.width / 2, 1), std::max(image.height / 2, 1), image.channels, {}};
   half.pixels.resize(static_cast<size_t>(half.width) * half.height * half.channels);
   const auto& decode = decodeTable(srgb);
@@ -136,6 +140,7 @@ Image halved(const Image& image, bool srgb) {
   const int colors = image.channels - (hasAlpha ? 1 : 0);
   uint8_t* out = half.pixels.data();
   for (int y = 0; y < half.height; ++y) {
+    if (y % kRowsBetweenStops == 0 && stopped()) throw RenderStopped();
     for (int x = 0; x < half.width; ++x) {
       const int right = std::min(2 * x + 1, image.width - 1), below = std::min(2 * y + 1, image.height - 1);
       const int columns[] = {std::min(2 * x, right), right, std::min(2 * x, right), right};
@@ -161,7 +166,7 @@ Image halved(const Image& image, bool srgb) {
   return half;
 }
 
-Textures::Textures(const Scene& scene) : scene_(scene) {
+Textures::Textures(const Scene& scene, const std::function<bool()>& stopped) : scene_(scene) {
   std::map<std::pair<int, bool>, size_t> known;
   for (const Texture& t : scene.textures) {
     const bool missing = t.image < 0 || scene.images[t.image].pixels.empty();
@@ -171,7 +176,7 @@ Textures::Textures(const Scene& scene) : scene_(scene) {
     Levels& levels = pictures_[place->second];
     if (missing || !t.mipmapped || !levels.smaller.empty()) continue;
     while (levels[levels.last()].width > 1 || levels[levels.last()].height > 1) {
-      levels.smaller.push_back(halved(levels[levels.last()], t.srgb));
+      levels.smaller.push_back(halved(levels[levels.last()], t.srgb, stopped));
     }
   }
 }

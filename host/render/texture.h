@@ -1,6 +1,7 @@
 #pragma once
 // Looking up textures and the vertex data that picks their texels.
 
+#include <functional>
 #include <vector>
 
 #include "host/document/scene.h"
@@ -32,7 +33,9 @@ struct TrianglePoint {
 /// far is averaged, as it would be by the eye. Keeps a reference to the scene. Thread: any.
 class Textures {
  public:
-  explicit Textures(const Scene& scene);
+  /// Throws RenderStopped when `stopped` is true before the smaller pictures are made.
+  explicit Textures(
+      const Scene& scene, const std::function<bool()>& stopped = [] { return false; });
 
   /// The texture's value at `uv` (v = 0: top row), linear, each channel 0..1; grey pictures give r = g = b,
   /// pictures without alpha a = 1, a missing texture white. Interpolated unless the texture says nearest.
@@ -73,7 +76,9 @@ class Textures {
 
 /// Half the sides, each texel the mean of the four (at odd edges two or one) that it stands for. Colours are
 /// averaged as light, and weighted by their alpha, so that what cannot be seen does not tint an edge.
-Image halved(const Image& image, bool srgb);
+/// Asks `stopped` every few rows and throws RenderStopped.
+Image halved(
+    const Image& image, bool srgb, const std::function<bool()>& stopped = [] { return false; });
 
 /// Linear value of an 8-bit sRGB one (IEC 61966-2-1).
 float srgbToLinear(uint8_t value);

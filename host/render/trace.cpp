@@ -233,7 +233,7 @@ Mat4 normalTransform(const Mat4& t) {
 void TreeRelease::operator()(RTCSceneTy* tree) const { rtcReleaseScene(tree); }
 
 PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const std::function<bool()>& stopped)
-    : scene(source), textures(source), kernel(kernelBuild), tree(makeTree(kernelBuild)) {
+    : scene(source), textures(source, stopped), kernel(kernelBuild), tree(makeTree(kernelBuild)) {
   std::vector<int> uses(scene.meshes.size());
   for (const Instance& instance : scene.instances) ++uses[instance.mesh];
   for (const Mesh& mesh : scene.meshes) {
