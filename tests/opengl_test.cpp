@@ -67,11 +67,20 @@ TEST_F(OpenGl, AStopEndsItAndTheNextRenderIsWhole) {
   RenderRequest request = requestOf(96, 96);
   const Image whole = renderer.render(request);
   int asked = 0;
-  request.stopped = [&] { return ++asked > 3; };
-  EXPECT_THROW(renderer.render(request), RenderStopped);
-  EXPECT_EQ(asked, 4);
-  request.stopped = [] { return false; };
-  EXPECT_EQ(renderer.render(request).pixels, whole.pixels);
+  request.stopped = [&] {
+    ++asked;
+    return false;
+  };
+  renderer.render(request);
+  // Wherever it is stopped, it stops at once, and nothing of it is left in the next picture.
+  for (const int at : {1, 2, asked / 3, asked / 2, asked}) {
+    int turn = 0;
+    request.stopped = [&] { return ++turn >= at; };
+    EXPECT_THROW(renderer.render(request), RenderStopped) << at;
+    EXPECT_EQ(turn, at);
+    request.stopped = [] { return false; };
+    EXPECT_EQ(renderer.render(request).pixels, whole.pixels) << at;
+  }
 }
 
 TEST_F(OpenGl, TheDriverIsAFactOfTheRun) {

@@ -302,6 +302,9 @@ class Drawing {
     halfTile_ = {0.5F * static_cast<float>(tile.width), 0.5F * static_cast<float>(tile.height)};
     setFrame(tile);
     target.begin(tile.width, tile.height);
+    // A render that was stopped may have left anything on.
+    gl().Disable(GL_BLEND);
+    gl().Disable(GL_DEPTH_TEST);
     gl().DepthMask(GL_TRUE);
     gl().Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     drawSky();
@@ -311,8 +314,6 @@ class Drawing {
       gl().Enable(GL_BLEND);
       gl().DepthMask(GL_FALSE);
       for (const Draw& draw : seeThrough_) drawTriangles(draw);
-      gl().Disable(GL_BLEND);
-      gl().Disable(GL_DEPTH_TEST);
     }
     target.read(tile.width, tile.height, pixels_);
     checkGl("drawing");
