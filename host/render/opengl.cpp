@@ -302,9 +302,10 @@ class Drawing {
     halfTile_ = {0.5F * static_cast<float>(tile.width), 0.5F * static_cast<float>(tile.height)};
     setFrame(tile);
     target.begin(tile.width, tile.height);
-    // A render that was stopped may have left anything on.
-    gl().Disable(GL_BLEND);
-    gl().Disable(GL_DEPTH_TEST);
+    // The tile before, or a render that was stopped, may have left anything on.
+    for (const GLenum capability : {GL_BLEND, GL_DEPTH_TEST, GL_CULL_FACE, GL_SAMPLE_SHADING}) {
+      gl().Disable(capability);
+    }
     gl().DepthMask(GL_TRUE);
     gl().Clear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     drawSky();
