@@ -1,9 +1,9 @@
-// What shading costs: the rays that the standard renderer traces in a second, against the same rays traced by
-// the bare library in a loop. Both use every core. Each scene gets a line; the last number is the ratio.
+// What shading costs: the rays that a renderer traces in a second, against the same rays traced by the bare
+// library in a loop. Both use every core. Each scene gets a line of the name, the median of the ratios, and
+// the least.
 //
-//   rays_bench [SCENE...]      default: every *.vesta below examples/
+//   rays_bench standard|physical SCENE...
 
-#include <embree3/rtcore.h>
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
@@ -13,30 +13,30 @@
 #include <filesystem>
 #include <functional>
 
+#include "bench/measure.h"
 #include "host/render/pixels.h"
+#include "host/render/trace_context.h"
 
 namespace host {
 namespace {
 
 constexpr int kWidth = 640, kHeight = 360;  // pixels
 constexpr int kTile = 16;                   // as in renderer.cpp, for rays in the same order
+constexpr int kSamples = 4;                 // of the path tracer, a pixel
 constexpr int kRepeats = 7;
 
-/// Median of the seconds that `work` takes.
+/// Seconds that `work` takes.
 double secondsOf(const std::function<void()>& work) {
-  std::vector<double> seconds;
-  for (int i = 0; i < kRepeats; ++i) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    seconds.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
-  }
-  std::sort(seconds.begin(), seconds.end());
-  return seconds[kRepeats / 2];
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-RayLog recordRays(const PreparedScene& scene, const RenderRequest& request) {
+RayLog recordRays(const PreparedScene& scene, RendererId renderer, const RenderRequest& request) {
+  const DenormalsAsZero mode;
   RayLog log;
-  const PixelColor color = standardPixels(scene.data(), request, &log);
+  const PixelColor color = renderer == RendererId::Physical ? physicalPixels(scene.data(), request, &log)
+                                                            : standardPixels(scene.data(), request, &log);
   for (int top = 0; top < kHeight; top += kTile) {
     for (int left = 0; left < kWidth; left += kTile) {
       for (int y = top; y < std::min(top + kTile, kHeight); ++y) {
@@ -56,78 +56,80 @@ RTCRay bareRay(const Ray& ray) {
   return r;
 }
 
-/// A context as the tree's alpha tests expect it: with room for the light that passes.
-struct BareContext {
-  RTCIntersectContext base;
-  float transmittance = 1;
-};
+bool meets(RTCScene tree, const RTCRay& ray) {
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  RTCRayHit query{ray, {}};
+  query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  rtcIntersect1(tree, &context, &query);
+  return query.hit.geomID != RTC_INVALID_GEOMETRY_ID;
+}
+
+bool isShadowed(RTCScene tree, RTCRay ray, bool throughGlass) {
+  ShadowContext context{{}, throughGlass};
+  rtcInitIntersectContext(&context.base);
+  rtcOccluded1(tree, &context.base, &ray);
+  return ray.tfar < 0;
+}
 
 /// Returns the number of hits, so that no call can be left out as unused.
-template <class Trace>
-size_t traceAll(const std::vector<Ray>& rays, Trace trace) {
+size_t traceBare(RTCScene tree, const RayLog& log) {
   std::atomic<size_t> hits{0};
-  tbb::parallel_for(tbb::blocked_range<size_t>(0, rays.size(), 4096), [&](const auto& range) {
+  tbb::parallel_for(tbb::blocked_range<size_t>(0, log.size(), 4096), [&](const auto& range) {
     const DenormalsAsZero mode;
     size_t found = 0;
     for (size_t i = range.begin(); i != range.end(); ++i) {
-      BareContext context;
-      rtcInitIntersectContext(&context.base);
-      found += trace(&context.base, bareRay(rays[i])) ? 1 : 0;
+      const RTCRay ray = bareRay(log[i].ray);
+      const TracedRay::Kind kind = log[i].kind;
+      found +=
+          (kind == TracedRay::Nearest ? meets(tree, ray) : isShadowed(tree, ray, kind == TracedRay::Lamp))
+              ? 1
+              : 0;
     }
     hits += found;
   });
   return hits;
 }
 
-size_t traceBare(RTCScene tree, const RayLog& log) {
-  const size_t nearest = traceAll(log.nearest, [tree](RTCIntersectContext* context, const RTCRay& ray) {
-    RTCRayHit query{ray, {}};
-    query.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-    rtcIntersect1(tree, context, &query);
-    return query.hit.geomID != RTC_INVALID_GEOMETRY_ID;
-  });
-  const size_t shadow = traceAll(log.shadow, [tree](RTCIntersectContext* context, const RTCRay& ray) {
-    RTCRay query = ray;
-    rtcOccluded1(tree, context, &query);
-    return query.tfar < 0;
-  });
-  return nearest + shadow;
-}
-
-void measure(const std::filesystem::path& file) {
+void measure(const std::filesystem::path& file, RendererId renderer) {
   const SceneFile loaded = loadScene(file);
   const PreparedScene scene(loaded.scene);
   RenderRequest request;
   request.width = kWidth;
   request.height = kHeight;
-  const RayLog log = recordRays(scene, request);
-  const double rays = static_cast<double>(log.nearest.size() + log.shadow.size()) * 1e-6;
-  const double shaded = secondsOf([&] { renderScene(scene, RendererId::Standard, request); });
-  const double bare = secondsOf([&] { traceBare(scene.data().tree.get(), log); });
-  std::printf("%-40s %6.2f Mrays  shaded %6.1f ms %6.2f Mray/s  bare %6.1f ms %6.2f Mray/s  ratio %.2f\n",
-              file.filename().c_str(), rays, shaded * 1e3, rays / shaded, bare * 1e3, rays / bare,
-              bare / shaded);
+  request.path.samples = kSamples;
+  const RayLog log = recordRays(scene, renderer, request);
+  const double rays = static_cast<double>(log.size()) * 1e-6;
+  std::vector<double> ratios;
+  double shaded = 0, bare = 0;
+  // In turns, so that both have the same share of a machine that others use as well.
+  for (int i = 0; i < kRepeats; ++i) {
+    shaded = secondsOf([&] { renderScene(scene, renderer, request); });
+    bare = secondsOf([&] { traceBare(scene.data().tree.get(), log); });
+    ratios.push_back(bare / shaded);
+  }
+  std::fprintf(stderr, "%s: %.2f Mrays, at last %.2f Mray/s while shading, %.2f Mray/s bare\n",
+               file.filename().c_str(), rays, rays / shaded, rays / bare);
+  bench::report(file.filename(), ratios);
 }
 
 }  // namespace
 }  // namespace host
 
 int main(int count, char** arguments) {
-  std::vector<std::filesystem::path> files(arguments + 1, arguments + count);
-  if (files.empty()) {
-    for (const auto& entry : std::filesystem::recursive_directory_iterator("examples")) {
-      if (entry.path().extension() == ".vesta") files.push_back(entry.path());
-    }
+  const std::string which = count > 2 ? arguments[1] : "";
+  if (which != "standard" && which != "physical") {
+    std::fprintf(stderr, "usage: rays_bench standard|physical SCENE...\n");
+    return 2;
   }
-  std::sort(files.begin(), files.end());
-  int failures = 0;
-  for (const auto& file : files) {
+  const auto renderer = which == "physical" ? host::RendererId::Physical : host::RendererId::Standard;
+  for (int i = 2; i < count; ++i) {
     try {
-      host::measure(file);
+      host::measure(arguments[i], renderer);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "%s: %s\n", file.c_str(), error.what());
-      ++failures;
+      std::fprintf(stderr, "%s: %s\n", arguments[i], error.what());
+      return 1;
     }
   }
-  return failures == 0 ? 0 : 1;
+  return 0;
 }

@@ -1,12 +1,13 @@
 #include "host/render/trace.h"
 
-#include <embree3/rtcore.h>
 #include <immintrin.h>
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
+
+#include "host/render/trace_context.h"
 
 namespace host {
 namespace {
@@ -58,12 +59,6 @@ struct NearestContext {
   RTCIntersectContext base;  // first: the library hands back a pointer to it
   const std::vector<Placement>* placements = nullptr;
   Vec3 direction;  // of the ray in the world; the library's own is carried into the instance's space
-};
-
-struct ShadowContext {
-  RTCIntersectContext base;  // first, too
-  bool throughGlass = false;
-  Vec3 passing{1, 1, 1};
 };
 
 // The library calls these with one ray at a time, because only such calls are made here.
@@ -279,7 +274,7 @@ std::optional<Bounds> PreparedScene::Data::bounds() const {
 bool PreparedScene::Data::nearest(const Ray& ray, Hit& hit, RayLog* log) const {
   if (!isTraceable(ray)) return false;
   const auto trace = [&](RTCFilterFunctionN filter) {
-    if (log) log->nearest.push_back(ray);
+    if (log) log->push_back({ray, TracedRay::Nearest});
     NearestContext context{{}, &placements, ray.direction};
     rtcInitIntersectContext(&context.base);
     context.base.filter = filter;
@@ -303,7 +298,7 @@ namespace {
 
 Vec3 passingLight(RTCScene tree, const Ray& ray, bool throughGlass, RayLog* log) {
   if (!isTraceable(ray)) return {1, 1, 1};
-  if (log) log->shadow.push_back(ray);
+  if (log) log->push_back({ray, throughGlass ? TracedRay::Lamp : TracedRay::Shadow});
   ShadowContext context{{}, throughGlass, {1, 1, 1}};
   rtcInitIntersectContext(&context.base);
   RTCRay query = libraryRay(ray);

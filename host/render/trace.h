@@ -1,5 +1,6 @@
 #pragma once
-// Rays against a prepared scene. trace.cpp is the only file that knows the ray tracing library.
+// Rays against a prepared scene. The only files that know the ray tracing library are trace.cpp and
+// trace_context.h.
 
 #include <memory>
 #include <optional>
@@ -71,11 +72,14 @@ bool mirrors(const Mat4& t);
 /// inverse transposed up to its length and exists for flattened transforms too.
 Mat4 normalTransform(const Mat4& t);
 
-/// Every ray that was traced, in order.
-struct RayLog {
-  std::vector<Ray> nearest;
-  std::vector<Ray> shadow;
+struct TracedRay {
+  enum Kind { Nearest, Shadow, Lamp };  ///< as the functions of PreparedScene::Data below
+  Ray ray;
+  Kind kind;
 };
+
+/// Every ray that was traced, in order.
+using RayLog = std::vector<TracedRay>;
 
 struct TreeRelease {
   void operator()(RTCSceneTy* tree) const;
