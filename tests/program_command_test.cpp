@@ -93,6 +93,8 @@ TEST_F(ProgramCommand, ListsTheConfigurationAndWhereItComesFrom) {
                            "g_enableParallelFor     true   true     " + from("default") +
                            "  enable parallel execution of all ParallelFor loops\n" +
                            "g_ostrakOutfitterTools  true   false    " + shipped + "\n" +
+                           "g_vestaOutsideFiles     false  false    " + from("default") +
+                           "  scenes may name files outside their folder\n" +
                            "g_vestaThreads          3      0        " + from("environment") +
                            "  threads that render; 0: one for each core\n" +
                            "g_vestaTiffCompression  none   lzw      " + from(file.string()) +

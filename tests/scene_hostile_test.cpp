@@ -244,15 +244,22 @@ TEST_F(HostileSceneTest, DamagedContainersAreRefused) {
   EXPECT_NE(reasonFor(folder_ / "loop.vesta"), "loaded");
 }
 
-TEST_F(HostileSceneTest, AFileInTheFolderMayNotLinkOutOfIt) {
+TEST_F(HostileSceneTest, FilesOutsideTheFolderAreReadWhenTheOptionsAllowIt) {
   GltfBuilder gltf = triangle();
-  const auto inside = folder_ / "inside";
+  const auto inside = folder_ / "inside", outside = folder_ / "outside.bin";
   std::filesystem::create_directory(inside);
-  writeFile(folder_ / "outside.bin", gltf.bin);
-  std::filesystem::create_symlink(folder_ / "outside.bin", inside / "link.bin");
-  gltf.root["buffers"][0]["uri"] = "link.bin";
+  writeFile(outside, gltf.bin);
+  std::filesystem::create_symlink(outside, inside / "link.bin");
+  for (const std::string& uri : {std::string("link.bin"), std::string("../outside.bin"),
+                                 std::string("%2e%2e/outside.bin"), outside.string()}) {
+    gltf.root["buffers"][0]["uri"] = uri;
+    writeFile(inside / "scene.vesta", gltf.root.dump());
+    expectWords(reasonFor(inside / "scene.vesta"), "lies outside the scene's folder (the configuration", uri);
+    EXPECT_EQ(loadScene(inside / "scene.vesta", {.outsideFiles = true}).scene.meshes.size(), 1U) << uri;
+  }
+  gltf.root["buffers"][0]["uri"] = "file:///etc/passwd";
   writeFile(inside / "scene.vesta", gltf.root.dump());
-  expectWords(reasonFor(inside / "scene.vesta"), "leads out of the scene's folder", "link");
+  EXPECT_THROW(loadScene(inside / "scene.vesta", {.outsideFiles = true}), SceneError);
 }
 
 TEST_F(HostileSceneTest, FewBytesCannotAskForAllMemory) {

@@ -130,7 +130,7 @@ int renderOne(HostServices& services, const RenderOrder& order) {
   const std::string file = normalPath(order.scene);
   Bitmap bitmap;
   try {
-    Document document(file);
+    Document document(file, {services.outsideFiles != 0});
     apply(overrides, document);
     const std::string unsupported = describeUnsupported(document.sceneFile());
     if (!unsupported.empty()) services.console.print(file + ": " + unsupported);

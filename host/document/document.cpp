@@ -24,9 +24,9 @@ std::string describeUnsupported(const SceneFile& sceneFile) {
 
 namespace {
 
-SceneFile load(const std::string& file) {
+SceneFile load(const std::string& file, const SceneOptions& options) {
   const NoteScope step(Note::Step, "loading");
-  return loadScene(file);
+  return loadScene(file, options);
 }
 
 /// A tool takes the settings' word for the size of its bitmap.
@@ -42,8 +42,8 @@ void requirePossibleSize(const Container& settings) {
 
 }  // namespace
 
-Document::Document(std::string file)
-    : file_(std::move(file)), inWork_(Note::Document, file_), sceneFile_(load(file_)) {
+Document::Document(std::string file, const SceneOptions& options)
+    : file_(std::move(file)), inWork_(Note::Document, file_), sceneFile_(load(file_, options)) {
   renderSettings_.set(render_setting::kRenderer, int32_t{0});
   renderSettings_.set(render_setting::kWidth, int32_t{800});
   renderSettings_.set(render_setting::kHeight, int32_t{600});

@@ -63,7 +63,7 @@ struct VideoPost {
 class Document {
  public:
   /// Loads a scene file. Throws SceneError.
-  explicit Document(std::string file);
+  explicit Document(std::string file, const SceneOptions& options = {});
 
   const std::string& file() const { return file_; }
   const SceneFile& sceneFile() const { return sceneFile_; }

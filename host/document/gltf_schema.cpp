@@ -206,11 +206,11 @@ void checkBuffers(const json& root, bool binary) {
   }
 }
 
-void checkUris(const json& root) {
+void checkUris(const json& root, const ResourceReader& resources) {
   for (const char* kind : {"buffers", "images"}) {
     for (const json& element : arrayOf(root, kind)) {
       const auto uri = element.find("uri");
-      if (uri != element.end()) ResourceReader::check(uri->get_ref<const std::string&>());
+      if (uri != element.end()) resources.check(uri->get_ref<const std::string&>());
     }
   }
 }
@@ -231,7 +231,7 @@ void checkBufferViews(const json& root) {
 
 }  // namespace
 
-void checkGltfSchema(const json& root, bool binary) {
+void checkGltfSchema(const json& root, bool binary, const ResourceReader& resources) {
   if (!root.is_object()) throw SceneError("not glTF: the JSON is not an object");
   Checker checker(root);
   for (const SchemaRule& rule : kSchemaRules) checker.apply(rule);
@@ -245,7 +245,7 @@ void checkGltfSchema(const json& root, bool binary) {
   checkVersion(root);
   checkCompression(root);
   checkBuffers(root, binary);
-  checkUris(root);
+  checkUris(root, resources);
   checkBufferViews(root);
 }
 

@@ -126,17 +126,15 @@ bool leavesFolder(const fs::path& relative) {
   return relative.empty() || relative.is_absolute() || *relative.begin() == "..";
 }
 
-/// The path below the scene's folder that a URI names.
-fs::path relativePath(const std::string& uri) {
+/// The path that a URI names, seen from the scene's folder.
+fs::path pathOf(const std::string& uri) {
   const std::string name = percentDecoded(uri);
   const size_t colon = name.find(':');
   if (colon != std::string::npos && colon > 1 && name.find('/') > colon) {
     throw SceneError("\"" + excerpt(uri) + "\" is not a file beside the scene");
   }
   if (name.find('\0') != std::string::npos) throw SceneError("\"" + excerpt(uri) + "\" is not a file name");
-  fs::path path = fs::path(std::u8string(name.begin(), name.end())).lexically_normal();
-  if (leavesFolder(path)) throw SceneError("\"" + excerpt(uri) + "\" lies outside the scene's folder");
-  return path;
+  return fs::path(std::u8string(name.begin(), name.end())).lexically_normal();
 }
 
 std::vector<unsigned char> decodeDataUri(const std::string& uri) {
@@ -191,18 +189,23 @@ nlohmann::json parseJson(std::string_view text) {
   }
 }
 
-void ResourceReader::check(const std::string& uri) {
-  if (!uri.starts_with(kDataScheme)) relativePath(uri);
+void ResourceReader::check(const std::string& uri) const {
+  if (!uri.starts_with(kDataScheme)) requireInside(pathOf(uri), uri);
+}
+
+void ResourceReader::requireInside(const fs::path& relative, const std::string& uri) const {
+  if (options_.outsideFiles || !leavesFolder(relative)) return;
+  throw SceneError(
+      "\"" + excerpt(uri) +
+      "\" lies outside the scene's folder (the configuration value g_vestaOutsideFiles allows that)");
 }
 
 std::vector<unsigned char> ResourceReader::read(const std::string& uri) {
   if (uri.starts_with(kDataScheme)) return decodeDataUri(uri);
   std::error_code error;
-  const fs::path real = fs::canonical(folder_ / relativePath(uri), error);
+  const fs::path real = fs::canonical(folder_ / pathOf(uri), error);
   if (error) throw SceneError("\"" + excerpt(uri) + "\": " + error.message());
-  if (leavesFolder(real.lexically_relative(folder_))) {
-    throw SceneError("\"" + excerpt(uri) + "\" is a link that leads out of the scene's folder");
-  }
+  requireInside(real.lexically_relative(folder_), uri);
   try {
     std::vector<unsigned char> bytes = readWholeFile(real);
     bytesRead_ += bytes.size();

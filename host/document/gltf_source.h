@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "host/document/scene.h"
+
 namespace host {
 
 /// A scene file in memory. Views point into `bytes`, so it can be moved but not copied.
@@ -28,20 +30,24 @@ GltfSource readGltfSource(const std::filesystem::path& file);
 /// Parses JSON text with bounded nesting and number of values. Throws SceneError.
 nlohmann::json parseJson(std::string_view text);
 
-/// Reads what a scene names by URI. Nothing outside the scene's folder is read.
+/// Reads what a scene names by URI: files in its folder, elsewhere only when the options allow it.
 class ResourceReader {
  public:
-  explicit ResourceReader(std::filesystem::path folder) : folder_(std::move(folder)) {}
+  ResourceReader(std::filesystem::path folder, const SceneOptions& options)
+      : folder_(std::move(folder)), options_(options) {}
 
-  /// Throws SceneError when `uri` is neither a data URI nor a relative path that stays in the folder, without
+  /// Throws SceneError when `uri` is neither a data URI nor the path of a file that may be read, without
   /// looking at the disk.
-  static void check(const std::string& uri);
+  void check(const std::string& uri) const;
 
   /// The bytes of a file, or of a data URI. Throws SceneError with the URI's name.
   std::vector<unsigned char> read(const std::string& uri);
 
  private:
+  void requireInside(const std::filesystem::path& relative, const std::string& uri) const;
+
   std::filesystem::path folder_;
+  SceneOptions options_;
   uint64_t bytesRead_ = 0;
 };
 

@@ -26,7 +26,7 @@ void extend(Bounds& bounds, Vec3 p) {
 /// Reads the file, checks its shape, and leaves only what is needed to build the scene.
 tinygltf::Model readModel(const GltfSource& source, ResourceReader& resources, DocumentRecord& document) {
   const nlohmann::json root = parseJson(source.json);
-  checkGltfSchema(root, source.binary);
+  checkGltfSchema(root, source.binary, resources);
   document = readDocumentRecord(root);
   tinygltf::Model model = parseGltf(source, root, resources);
   checkAccessors(model);
@@ -34,10 +34,10 @@ tinygltf::Model readModel(const GltfSource& source, ResourceReader& resources, D
   return model;
 }
 
-SceneFile loadGltf(const std::filesystem::path& file) {
+SceneFile loadGltf(const std::filesystem::path& file, const SceneOptions& options) {
   SceneFile result;
   GltfSource source = readGltfSource(file);
-  ResourceReader resources(source.folder);
+  ResourceReader resources(source.folder, options);
   tinygltf::Model model = readModel(source, resources, result.document);
   source = {};  // the model has copies: large scenes should not be in memory twice
   const int idleChannels = poseNodes(model, result.document.startFrame / result.document.fps);
@@ -51,9 +51,9 @@ SceneFile loadGltf(const std::filesystem::path& file) {
 
 }  // namespace
 
-SceneFile loadScene(const std::filesystem::path& file) {
+SceneFile loadScene(const std::filesystem::path& file, const SceneOptions& options) {
   try {
-    return loadGltf(file);
+    return loadGltf(file, options);
   } catch (const std::bad_alloc&) {
     throw SceneError("there is not enough memory for this scene");
   }

@@ -192,9 +192,14 @@ class SceneError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+struct SceneOptions {
+  bool outsideFiles = false;  ///< a scene may name files outside its folder
+};
+
 /// Reads a `*.vesta` scene: glTF 2.0, JSON or binary by content, with the files it names.
-/// A link is followed first; named files must lie in the folder of the real file or below it.
-/// Thread: any. Throws SceneError for a file that is missing, truncated or wrong in any way.
-SceneFile loadScene(const std::filesystem::path& file);
+/// A link is followed first; named files must lie in the folder of the real file or below it, unless the
+/// options say otherwise. Thread: any. Throws SceneError for a file that is missing, truncated or wrong in
+/// any way.
+SceneFile loadScene(const std::filesystem::path& file, const SceneOptions& options = {});
 
 }  // namespace host

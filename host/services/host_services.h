@@ -36,6 +36,8 @@ struct HostServices {
                                 &tiffCompressionName, {"none", "lzw", "zip"});
     configuration.declareNumber("g_vestaThreads", "threads that render; 0: one for each core", &renderThreads,
                                 0, 1024);
+    configuration.declareSwitch("g_vestaOutsideFiles", "scenes may name files outside their folder",
+                                &outsideFiles);
   }
   HostServices(const HostServices&) = delete;
   HostServices& operator=(const HostServices&) = delete;
@@ -61,6 +63,7 @@ struct HostServices {
 
   std::string tiffCompressionName = "lzw";
   int32_t renderThreads = 0;
+  unsigned char outsideFiles = 0;
 };
 
 }  // namespace host

@@ -107,7 +107,8 @@ struct HostUserArea : host::Counted<host::HandleKind::UserArea> {
 };
 
 struct HostDocument : host::Counted<host::HandleKind::Document> {
-  explicit HostDocument(const std::string& file) : document(file), renderer(document) {}
+  HostDocument(const std::string& file, const host::SceneOptions& options)
+      : document(file, options), renderer(document) {}
   host::Document document;
   host::DocumentRenderer renderer;
   std::string lastRenderFailure;  ///< so that a warm-up and its render do not say the same twice
