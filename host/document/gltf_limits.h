@@ -8,7 +8,7 @@
 namespace host {
 
 inline constexpr uint64_t kMaxFileBytes = uint64_t{2} << 30;   // one file that a scene consists of
-inline constexpr uint64_t kMaxSceneBytes = uint64_t{8} << 30;  // all files of a scene
+inline constexpr uint64_t kMaxSceneBytes = uint64_t{4} << 30;  // all files of a scene
 inline constexpr size_t kMaxJsonNesting = 64;                  // objects and arrays inside one another
 inline constexpr size_t kMaxJsonValues = size_t{32} << 20;
 inline constexpr uint64_t kMaxNodes = 1'000'000;
@@ -18,7 +18,7 @@ inline constexpr uint64_t kMaxBuffers = 10'000;
 inline constexpr uint64_t kMaxAccessors = 1'000'000;  // and buffer views
 inline constexpr uint64_t kMaxMaterials = 100'000;    // and textures, images, samplers, lights
 inline constexpr uint64_t kMaxAccessorElements = uint64_t{64} << 20;
-inline constexpr uint64_t kMaxGeometryBytes = uint64_t{8} << 30;  // all meshes in memory
+inline constexpr uint64_t kMaxGeometryBytes = uint64_t{4} << 30;  // all meshes in memory
 inline constexpr uint64_t kMaxTextureBytes = uint64_t{2} << 30;   // all decoded pictures
 inline constexpr uint64_t kMaxInstances = uint64_t{4} << 20;
 inline constexpr uint64_t kMaxPlacedVertices = uint64_t{4} << 30;  // vertices of all instances

@@ -206,7 +206,7 @@ void MeshBuilder::readAttributes(const tinygltf::Primitive& primitive, const Bui
 
 void MeshBuilder::takeMemory(uint64_t bytes) {
   geometryBytes_ += bytes;
-  if (geometryBytes_ > kMaxGeometryBytes) throw SceneError("the scene's geometry is larger than 8 GiB");
+  if (geometryBytes_ > kMaxGeometryBytes) throw SceneError("the scene's geometry is larger than 4 GiB");
 }
 
 }  // namespace host

@@ -209,7 +209,7 @@ std::vector<unsigned char> ResourceReader::read(const std::string& uri) {
   try {
     std::vector<unsigned char> bytes = readWholeFile(real);
     bytesRead_ += bytes.size();
-    if (bytesRead_ > kMaxSceneBytes) throw SceneError("the scene's files are larger than 8 GiB");
+    if (bytesRead_ > kMaxSceneBytes) throw SceneError("the scene's files are larger than 4 GiB");
     return bytes;
   } catch (const SceneError& reason) {
     throw SceneError("\"" + excerpt(uri) + "\": " + reason.what());
