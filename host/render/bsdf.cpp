@@ -54,35 +54,40 @@ Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
                   (1 - alphaOf(material.roughness)) * material.anisotropy * material.anisotropy,
               alphaOf(material.roughness)),
       coat_(alphaOf(material.clearcoatRoughness), alphaOf(material.clearcoatRoughness)),
+      layers_(material.roughness),
       glass_(material.transmission),
       metal_(material.metallic),
       dielectric_(std::max(1 - material.metallic - material.transmission, 0.0F)),
       dielectricMirror_(material.dielectricMirror),
       dielectricGrazing_(material.dielectricGrazing) {
   viewer_.z = std::max(viewer_.z, kLeastCosine);
+  viewerLambda_ = facets_.lambda(viewer_);
   if (m_.clearcoat > 0) {
     coatFrame_ = frameAbout(m_.clearcoatNormal, {});
     coatViewer_ = coatFrame_.toLocal(toViewer);
     coatViewer_.z = std::max(coatViewer_.z, kLeastCosine);
-    underLayers_ *=
-        1 - m_.clearcoat * layerAlbedo(coatViewer_.z, m_.clearcoatRoughness).of(grey(kCoatMirror), 1).x;
+    coatSeen_ =
+        m_.clearcoat * LayerAlbedos(m_.clearcoatRoughness).at(coatViewer_.z).of(grey(kCoatMirror), 1).x;
+    underLayers_ *= 1 - coatSeen_;
   }
-  if (largest(m_.sheen) > 0)
-    underLayers_ *= 1 - largest(m_.sheen) * sheenAlbedo(viewer_.z, m_.sheenRoughness);
-  weighFacets(viewer_.z);
+  if (largest(m_.sheen) > 0) {
+    sheenSeen_ = sheenAlbedo(viewer_.z, m_.sheenRoughness);
+    underLayers_ *= 1 - largest(m_.sheen) * sheenSeen_;
+  }
+  weighFacets();
   chooseShares();
 }
 
 /// What facets reflect and let in, and by how much light that meets several of them is more.
-void Bsdf::weighFacets(float cosine) {
-  const LayerAlbedo seen = layerAlbedo(cosine, m_.roughness);
-  const float lost = 1 / std::max(seen.all(), 1e-3F) - 1;
+void Bsdf::weighFacets() {
+  seen_ = layers_.at(viewer_.z);
+  const float lost = 1 / std::max(seen_.all(), 1e-3F) - 1;
   metalGain_ = grey(1) + m_.color * lost;
   dielectricGain_ = grey(1) + dielectricMirror_ * lost;
   glassGain_ = 1 + lost;
-  const LayerAlbedo mean = meanLayerAlbedo(m_.roughness);
+  const LayerAlbedo mean = layers_.mean();
   const float lostOnMean = 1 / std::max(mean.all(), 1e-3F) - 1;
-  leaves_ = grey(1) - seen.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_;
+  leaves_ = grey(1) - seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_;
   meanLeaves_ =
       grey(1) - mean.of(dielectricMirror_, dielectricGrazing_) * (grey(1) + dielectricMirror_ * lostOnMean);
   meanLeaves_ = {std::max(meanLeaves_.x, 1e-3F), std::max(meanLeaves_.y, 1e-3F),
@@ -91,19 +96,15 @@ void Bsdf::weighFacets(float cosine) {
 }
 
 void Bsdf::chooseShares() {
-  const LayerAlbedo seen = layerAlbedo(viewer_.z, m_.roughness);
   const float mirror = glass_ > 0 ? glass_ * glassMirror(viewer_.z) : 0;
-  const float sheen =
-      luminance(m_.sheen) > 0 ? luminance(m_.sheen) * sheenAlbedo(viewer_.z, m_.sheenRoughness) : 0;
+  const float sheen = luminance(m_.sheen) * sheenSeen_;
   byFacets_ =
       underLayers_ *
-      (metal_ * luminance(seen.of(m_.color, 1) * metalGain_) +
-       dielectric_ * luminance(seen.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_) + mirror);
+      (metal_ * luminance(seen_.of(m_.color, 1) * metalGain_) +
+       dielectric_ * luminance(seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_) + mirror);
   byCosine_ = underLayers_ * dielectric_ * luminance(m_.color * leaves_) + sheen;
   byGlass_ = underLayers_ * glass_ * (1 - glassMirror(viewer_.z)) * luminance(m_.color);
-  if (m_.clearcoat > 0) {
-    byCoat_ = m_.clearcoat * layerAlbedo(coatViewer_.z, m_.clearcoatRoughness).of(grey(kCoatMirror), 1).x;
-  }
+  byCoat_ = coatSeen_;
   const float sum = byFacets_ + byCosine_ + byGlass_ + byCoat_;
   const float share = sum > 0 ? 1 / sum : 0;
   byFacets_ *= share;
@@ -130,7 +131,7 @@ Vec3 Bsdf::facetMirror(float cosine) const {
 
 /// What the base scatters of light that came through the facets and goes out through them.
 Vec3 Bsdf::baseDiffuse(Vec3 light) const {
-  const LayerAlbedo in = layerAlbedo(light.z, m_.roughness);
+  const LayerAlbedo in = layers_.at(light.z);
   const float lost = 1 / std::max(in.all(), 1e-3F) - 1;
   const Vec3 enters =
       grey(1) - in.of(dielectricMirror_, dielectricGrazing_) * (grey(1) + dielectricMirror_ * lost);
@@ -142,8 +143,8 @@ float Bsdf::coatFacets(Vec3 toLight) const {
   if (light.z <= 0) return 0;
   const Vec3 half = normalize(coatViewer_ + light);
   const float mirror = schlick(grey(kCoatMirror), 1, dot(coatViewer_, half)).x;
-  return m_.clearcoat * mirror * coat_.distribution(half) * coat_.shadowing(coatViewer_, light) /
-         (4 * coatViewer_.z);
+  return m_.clearcoat * mirror * coat_.distribution(half) *
+         Ggx::shadowing(coat_.lambda(coatViewer_), coat_.lambda(light)) / (4 * coatViewer_.z);
 }
 
 float Bsdf::coatDensity(Vec3 toLight) const {
@@ -157,13 +158,14 @@ Scattering Bsdf::evaluate(Vec3 toLight) const {
   const Vec3 light = frame_.toLocal(toLight);
   if (light.z <= 0) return {};
   Scattering s;
-  const Vec3 half = normalize(viewer_ + light);
-  const float cosine = std::max(dot(viewer_, half), 1e-6F);
-  const float facets = facets_.distribution(half);
   if (byFacets_ > 0) {
+    const Vec3 half = normalize(viewer_ + light);
+    const float cosine = std::max(dot(viewer_, half), 1e-6F);
+    const float facets = facets_.distribution(half);
     // The light's cosine cancels against that of the half vector's measure.
-    s.value = facetMirror(cosine) * (facets * facets_.shadowing(viewer_, light) / (4 * viewer_.z));
-    s.density = byFacets_ * facets_.masking(viewer_) * facets / (4 * viewer_.z);
+    s.value = facetMirror(cosine) *
+              (facets * Ggx::shadowing(viewerLambda_, facets_.lambda(light)) / (4 * viewer_.z));
+    s.density = byFacets_ * Ggx::masking(viewerLambda_) * facets / (4 * viewer_.z);
   }
   if (dielectric_ > 0) s.value = s.value + baseDiffuse(light) * light.z;
   s.value = s.value * underLayers_;
@@ -221,7 +223,8 @@ std::optional<ScatteringSample> Bsdf::throughGlass(Vec2 u) const {
     light = half * (ratio * cosine - inside) - viewer_ * ratio;
   }
   if (light.z >= 0) return {};
-  const float seen = facets_.shadowing(viewer_, {light.x, light.y, -light.z}) / facets_.masking(viewer_);
+  const float seen = Ggx::shadowing(viewerLambda_, facets_.lambda({light.x, light.y, -light.z})) /
+                     Ggx::masking(viewerLambda_);
   // An inside takes the colour once, where light enters.
   const Vec3 color = m_.thin || surface_.front ? m_.color : grey(1);
   ScatteringSample sample;

@@ -48,7 +48,7 @@ class Bsdf {
   };
   static Frame frameAbout(Vec3 normal, Vec3 along);
 
-  void weighFacets(float cosine);
+  void weighFacets();
   void chooseShares();
   float glassMirror(float cosine) const;
   Vec3 facetMirror(float cosine) const;
@@ -63,6 +63,11 @@ class Bsdf {
   Frame frame_, coatFrame_{};
   Vec3 viewer_, coatViewer_{};  // in the frames
   Ggx facets_, coat_;
+  LayerAlbedos layers_;
+  LayerAlbedo seen_;        // of the facets, from the viewer's side
+  float viewerLambda_ = 0;  // of the facets
+  float coatSeen_ = 0;      // part that the coat mirrors to the viewer
+  float sheenSeen_ = 0;
   float glass_;  // parts of the base
   float metal_;
   float dielectric_;

@@ -39,15 +39,20 @@ EmitterPoint Emitters::choose(float choice, Vec2 u) const {
   const Placement& placement = data_.placements[found->placement];
   const Triangle corners = placement.triangle(found->triangle);
   const float root = std::sqrt(u.x);
-  const TrianglePoint p(*placement.mesh, found->triangle, root * (1 - u.y), root * u.y);
   EmitterPoint point;
-  point.position = p.blend(corners.a, corners.b, corners.c);
+  point.place = TrianglePoint(*placement.mesh, found->triangle, root * (1 - u.y), root * u.y);
+  point.position = point.place.blend(corners.a, corners.b, corners.c);
   point.normal = normalize(placement.front(corners));
   point.bothSides = placement.material->doubleSided;
-  const Vec4 texel = data_.textures.sample(*placement.mesh, placement.material->emissiveTexture, p);
-  point.light = placement.material->emissive * Vec3{texel.x, texel.y, texel.z};
   point.density = densityOf(*placement.material);
+  point.placement = &placement;
   return point;
+}
+
+Vec3 Emitters::light(const EmitterPoint& point) const {
+  const Material& material = *point.placement->material;
+  const Vec4 texel = data_.textures.sample(*point.placement->mesh, material.emissiveTexture, point.place);
+  return material.emissive * Vec3{texel.x, texel.y, texel.z};
 }
 
 }  // namespace host

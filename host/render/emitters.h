@@ -12,8 +12,9 @@ struct EmitterPoint {
   Vec3 position;
   Vec3 normal;  ///< unit, of the side that shines
   bool bothSides = false;
-  Vec3 light;         ///< radiance it sends
   float density = 0;  ///< per area, with which it was chosen
+  const Placement* placement = nullptr;
+  TrianglePoint place;
 };
 
 /// All of them; each is chosen as often as its area and the brightness of its material say. Keeps a
@@ -23,8 +24,10 @@ class Emitters {
   explicit Emitters(const PreparedScene::Data& data);
 
   bool empty() const { return triangles_.empty(); }
-  /// A point for a number and a pair 0..1. Its texture is read.
+  /// A point for a number and a pair 0..1.
   EmitterPoint choose(float choice, Vec2 u) const;
+  /// The radiance that it sends.
+  Vec3 light(const EmitterPoint& point) const;
   /// The density per area with which a point of this material is chosen.
   float densityOf(const Material& material) const;
 

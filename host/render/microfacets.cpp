@@ -12,24 +12,12 @@ constexpr float kPi = std::numbers::pi_v<float>;
 
 float fifthPower(float x) { return x * x * x * x * x; }
 
-// Tables over cosine and roughness, both in equal steps from 0 to 1, and read between them.
-constexpr int kSteps = 32;
+// Tables over cosine and roughness.
+constexpr int kSteps = TablePlace::kSteps;
 constexpr int kSide = 16;  // of the grid of directions that a cell is the mean of
 
 template <class Cell>
 using Table = std::array<std::array<Cell, kSteps>, kSteps>;  // [roughness][cosine]
-
-struct Between {
-  int first;
-  float fraction;
-
-  explicit Between(float x) {
-    const float place = std::clamp(x, 0.0F, 1.0F) * (kSteps - 1);
-    first = std::min(static_cast<int>(place), kSteps - 2);
-    fraction = place - static_cast<float>(first);
-  }
-  float operator()(float a, float b) const { return a + (b - a) * fraction; }
-};
 
 template <class Cell, class Make>
 Table<Cell> makeTable(Make make) {
@@ -63,7 +51,8 @@ LayerAlbedo integrateLayer(float cosine, float roughness) {
     const float c = dot(viewer, half);
     const Vec3 light = half * (2 * c) - viewer;
     if (light.z <= 0) return;
-    const float weight = ggx.shadowing(viewer, light) / ggx.masking(viewer) / (kSide * kSide);
+    const float weight = Ggx::shadowing(ggx.lambda(viewer), ggx.lambda(light)) /
+                         Ggx::masking(ggx.lambda(viewer)) / (kSide * kSide);
     const float rise = fifthPower(1 - std::clamp(c, 0.0F, 1.0F));
     sum.normal += weight * (1 - rise);
     sum.grazing += weight * rise;
@@ -90,9 +79,10 @@ std::array<LayerAlbedo, kSteps> makeMeans() {
   std::array<LayerAlbedo, kSteps> means{};
   constexpr int kParts = 64;
   for (int r = 0; r < kSteps; ++r) {
+    const LayerAlbedos albedos(static_cast<float>(r) / (kSteps - 1));
     for (int i = 0; i < kParts; ++i) {
       const float cosine = (i + 0.5F) / kParts;
-      const LayerAlbedo one = layerAlbedo(cosine, static_cast<float>(r) / (kSteps - 1));
+      const LayerAlbedo one = albedos.at(cosine);
       means[r].normal += one.normal * 2 * cosine / kParts;
       means[r].grazing += one.grazing * 2 * cosine / kParts;
     }
@@ -101,17 +91,6 @@ std::array<LayerAlbedo, kSteps> makeMeans() {
 }
 
 }  // namespace
-
-float Ggx::distribution(Vec3 half) const {
-  const float x = half.x / x_, y = half.y / y_;
-  const float bump = x * x + y * y + half.z * half.z;
-  return 1 / (kPi * x_ * y_ * bump * bump);
-}
-
-float Ggx::lambda(Vec3 a) const {
-  const float x = a.x * x_, y = a.y * y_;
-  return 0.5F * (std::sqrt(1 + (x * x + y * y) / (a.z * a.z)) - 1);
-}
 
 Vec3 Ggx::visibleFacet(Vec3 a, Vec2 u) const {
   const Vec3 stretched = normalize(Vec3{a.x * x_, a.y * y_, a.z});
@@ -128,26 +107,18 @@ Vec3 Ggx::visibleFacet(Vec3 a, Vec2 u) const {
 }
 
 float Ggx::visibleDensity(Vec3 a, Vec3 half) const {
-  return masking(a) * std::max(dot(a, half), 0.0F) * distribution(half) / a.z;
+  return masking(lambda(a)) * std::max(dot(a, half), 0.0F) * distribution(half) / a.z;
 }
 
-LayerAlbedo layerAlbedo(float cosine, float roughness) {
-  const Between r(roughness), c(cosine);
-  const auto& table = layerTable();
-  const auto& low = table[r.first];
-  const auto& high = table[r.first + 1];
-  const auto read = [&](auto member) {
-    return r(c(low[c.first].*member, low[c.first + 1].*member),
-             c(high[c.first].*member, high[c.first + 1].*member));
-  };
-  return {read(&LayerAlbedo::normal), read(&LayerAlbedo::grazing)};
-}
+LayerAlbedos::LayerAlbedos(float roughness)
+    : roughness_(roughness),
+      low_(&layerTable()[roughness_.first]),
+      high_(&layerTable()[roughness_.first + 1]) {}
 
-LayerAlbedo meanLayerAlbedo(float roughness) {
+LayerAlbedo LayerAlbedos::mean() const {
   static const std::array<LayerAlbedo, kSteps> kMeans = makeMeans();
-  const Between r(roughness);
-  const LayerAlbedo &a = kMeans[r.first], &b = kMeans[r.first + 1];
-  return {r(a.normal, b.normal), r(a.grazing, b.grazing)};
+  const LayerAlbedo &a = kMeans[roughness_.first], &b = kMeans[roughness_.first + 1];
+  return {roughness_.between(a.normal, b.normal), roughness_.between(a.grazing, b.grazing)};
 }
 
 float sheenValue(Vec3 toViewer, Vec3 toLight, float roughness) {
@@ -161,10 +132,10 @@ float sheenValue(Vec3 toViewer, Vec3 toLight, float roughness) {
 
 float sheenAlbedo(float cosine, float roughness) {
   static const Table<float> kTable = makeTable<float>(integrateSheen);
-  const Between r(roughness), c(cosine);
+  const TablePlace r(roughness), c(cosine);
   const auto& low = kTable[r.first];
   const auto& high = kTable[r.first + 1];
-  return r(c(low[c.first], low[c.first + 1]), c(high[c.first], high[c.first + 1]));
+  return r.between(c.between(low[c.first], low[c.first + 1]), c.between(high[c.first], high[c.first + 1]));
 }
 
 }  // namespace host

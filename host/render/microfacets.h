@@ -3,6 +3,10 @@
 // the normal. All vectors are unit length, lead away from the surface, and have z > 0 unless it says
 // otherwise.
 
+#include <array>
+#include <cmath>
+#include <numbers>
+
 #include "host/document/geometry.h"
 
 namespace host {
@@ -14,11 +18,20 @@ class Ggx {
   Ggx(float alongX, float alongY) : x_(alongX), y_(alongY) {}
 
   /// Facets with normal `half`, per solid angle and area.
-  float distribution(Vec3 half) const;
-  /// Part of the facets that `a` sees unshadowed from `b`.
-  float shadowing(Vec3 a, Vec3 b) const { return 1 / (1 + lambda(a) + lambda(b)); }
-  /// Part of the facets that `a` sees.
-  float masking(Vec3 a) const { return 1 / (1 + lambda(a)); }
+  float distribution(Vec3 half) const {
+    const float x = half.x / x_, y = half.y / y_;
+    const float bump = x * x + y * y + half.z * half.z;
+    return 1 / (std::numbers::pi_v<float> * x_ * y_ * bump * bump);
+  }
+  /// Area of the facets that hide others from `a`, for each of those that it sees.
+  float lambda(Vec3 a) const {
+    const float x = a.x * x_, y = a.y * y_;
+    return 0.5F * (std::sqrt(1 + (x * x + y * y) / (a.z * a.z)) - 1);
+  }
+  /// Part of the facets that both of two directions with these lambdas see.
+  static float shadowing(float lambdaA, float lambdaB) { return 1 / (1 + lambdaA + lambdaB); }
+  /// Part of the facets that a direction of this lambda sees.
+  static float masking(float lambdaA) { return 1 / (1 + lambdaA); }
   /// A facet that `a` sees, for two numbers 0..1. (E. Heitz, "Sampling the GGX Distribution of Visible
   /// Normals", JCGT 7(4), 2018.)
   Vec3 visibleFacet(Vec3 a, Vec2 u) const;
@@ -26,8 +39,6 @@ class Ggx {
   float visibleDensity(Vec3 a, Vec3 half) const;
 
  private:
-  float lambda(Vec3 a) const;
-
   float x_, y_;
 };
 
@@ -42,10 +53,43 @@ struct LayerAlbedo {
   }
 };
 
-/// Seen at a cosine, of a roughness (not squared); from tables that are made at the first call.
-LayerAlbedo layerAlbedo(float cosine, float roughness);
-/// The mean over all cosines, weighted by them.
-LayerAlbedo meanLayerAlbedo(float roughness);
+/// A place in a table of equal steps from 0 to 1, which is read between them.
+struct TablePlace {
+  static constexpr int kSteps = 32;
+  int first;
+  float fraction;
+
+  explicit TablePlace(float x) {
+    const float place = (x < 0 ? 0 : x > 1 ? 1 : x) * (kSteps - 1);
+    first = static_cast<int>(place) < kSteps - 2 ? static_cast<int>(place) : kSteps - 2;
+    fraction = place - static_cast<float>(first);
+  }
+  float between(float a, float b) const { return a + (b - a) * fraction; }
+};
+
+/// The albedo of a layer of one roughness (not squared), from tables that are made at the first call.
+class LayerAlbedos {
+ public:
+  using Row = std::array<LayerAlbedo, TablePlace::kSteps>;  ///< by cosine
+
+  explicit LayerAlbedos(float roughness);
+
+  /// Seen at a cosine.
+  LayerAlbedo at(float cosine) const {
+    const TablePlace c(cosine);
+    const LayerAlbedo &a = (*low_)[c.first], &b = (*low_)[c.first + 1];
+    const LayerAlbedo &d = (*high_)[c.first], &e = (*high_)[c.first + 1];
+    return {roughness_.between(c.between(a.normal, b.normal), c.between(d.normal, e.normal)),
+            roughness_.between(c.between(a.grazing, b.grazing), c.between(d.grazing, e.grazing))};
+  }
+  /// The mean over all cosines, weighted by them.
+  LayerAlbedo mean() const;
+
+ private:
+  TablePlace roughness_;
+  const Row* low_;
+  const Row* high_;
+};
 
 /// The sheen of fibres: value times cosine of the light. (A. Estevez and C. Kulla, "Production Friendly
 /// Microfacet Sheen BRDF", 2017, with the visibility term of D. Neubelt and M. Pettineo, as

@@ -222,8 +222,9 @@ class PathTracer {
       if (point.bothSides) cosine = std::abs(cosine);
       if (!(cosine > 1e-6F)) return;
       const Scattering s = bsdf.evaluate(direction);
+      if (isBlack(s.value)) return;
       const float density = point.density * square / cosine;
-      const Vec3 value = s.value * point.light * (powerHeuristic(density, s.density) / density);
+      const Vec3 value = s.value * r_.emitters_.light(point) * (powerHeuristic(density, s.density) / density);
       if (isBlack(value)) return;
       Ray ray = leaving(surface, surface.litFrom, direction);
       ray.tfar = distance * 0.9999F - surface.clearance;

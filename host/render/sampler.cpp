@@ -5,12 +5,16 @@
 namespace host {
 namespace {
 
-uint32_t reversed(uint32_t x) {
-  x = __builtin_bswap32(x);
-  x = ((x & 0x0F0F0F0FU) << 4) | ((x >> 4) & 0x0F0F0F0FU);
-  x = ((x & 0x33333333U) << 2) | ((x >> 2) & 0x33333333U);
-  return ((x & 0x55555555U) << 1) | ((x >> 1) & 0x55555555U);
+/// The bits of each byte in reverse order.
+template <class Word>
+constexpr Word reversedBytes(Word x) {
+  constexpr Word kEach = static_cast<Word>(-1) / 255;
+  x = ((x & kEach * 0x0F) << 4) | ((x >> 4) & kEach * 0x0F);
+  x = ((x & kEach * 0x33) << 2) | ((x >> 2) & kEach * 0x33);
+  return ((x & kEach * 0x55) << 1) | ((x >> 1) & kEach * 0x55);
 }
+
+constexpr uint32_t reversed(uint32_t x) { return reversedBytes(__builtin_bswap32(x)); }
 
 /// A bijection that mixes all bits. (C. Wellons' search for hash functions, "lowbias32".)
 uint32_t mixed(uint32_t x) {
@@ -29,17 +33,15 @@ uint32_t scrambledReversed(uint32_t x, uint32_t seed) {
   return x;
 }
 
-uint32_t scrambled(uint32_t x, uint32_t seed) { return reversed(scrambledReversed(reversed(x), seed)); }
-
-/// Sobol's second dimension, a byte of the index at a time.
-class SecondDimension {
+/// Sobol's second dimension with its bits reversed, a byte of the index at a time.
+class ReversedSecondDimension {
  public:
-  constexpr SecondDimension() {
+  constexpr ReversedSecondDimension() {
     uint32_t direction = 0x80000000U;
     for (auto& table : tables_) {
       for (int bit = 0; bit < 8; ++bit, direction ^= direction >> 1) {
         for (unsigned byte = 0; byte < 256; ++byte) {
-          if ((byte >> bit) & 1U) table[byte] ^= direction;
+          if ((byte >> bit) & 1U) table[byte] ^= reversed(direction);
         }
       }
     }
@@ -52,7 +54,7 @@ class SecondDimension {
  private:
   std::array<std::array<uint32_t, 256>, 4> tables_{};
 };
-constexpr SecondDimension kSecond;
+constexpr ReversedSecondDimension kReversedSecond;
 
 float unitFloat(uint32_t x) { return static_cast<float>(x >> 8) * 0x1p-24F; }
 
@@ -61,12 +63,19 @@ float unitFloat(uint32_t x) { return static_cast<float>(x >> 8) * 0x1p-24F; }
 PixelSampler::PixelSampler(int x, int y)
     : seed_(mixed(static_cast<uint32_t>(x) + mixed(static_cast<uint32_t>(y) + 0x9E3779B9U))) {}
 
+void PixelSampler::begin(uint32_t index) {
+  reversedIndex_ = reversed(index);
+  pair_ = 0;
+}
+
 Vec2 PixelSampler::pair() {
   const uint32_t seed = mixed(seed_ + 0x9E3779B9U * ++pair_);
-  const uint32_t index = scrambled(index_, seed);
-  // The first dimension is the reversed index, so that its scrambling needs one reversal only.
-  return {unitFloat(reversed(scrambledReversed(index, mixed(seed ^ 0x68E31DA4U)))),
-          unitFloat(scrambled(kSecond[index], mixed(seed ^ 0xB5297A4DU)))};
+  const uint32_t index = reversed(scrambledReversed(reversedIndex_, seed));
+  // The first dimension is the reversed index. Both are turned round at once, which changes their places.
+  const uint64_t first = scrambledReversed(index, mixed(seed ^ 0x68E31DA4U));
+  const uint64_t second = scrambledReversed(kReversedSecond[index], mixed(seed ^ 0xB5297A4DU));
+  const uint64_t both = reversedBytes(__builtin_bswap64(second << 32 | first));
+  return {unitFloat(static_cast<uint32_t>(both >> 32)), unitFloat(static_cast<uint32_t>(both))};
 }
 
 }  // namespace host

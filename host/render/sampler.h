@@ -16,16 +16,13 @@ class PixelSampler {
   PixelSampler(int x, int y);
 
   /// Begins sample `index` of the pixel.
-  void begin(uint32_t index) {
-    index_ = index;
-    pair_ = 0;
-  }
+  void begin(uint32_t index);
   /// Two numbers of 0 up to but not including 1.
   Vec2 pair();
 
  private:
   uint32_t seed_;
-  uint32_t index_ = 0;
+  uint32_t reversedIndex_ = 0;
   uint32_t pair_ = 0;
 };
 

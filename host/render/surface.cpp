@@ -89,7 +89,7 @@ float behind(const Hit& hit) { return std::max(hit.t * (1 + 4 * kPrecision), std
 Surface surfaceAt(const PreparedScene::Data& data, const Ray& ray, const Hit& hit) {
   const Placement& placement = data.placements[hit.placement];
   const Mesh& mesh = *placement.mesh;
-  const Triangle corners = placement.triangle(hit.triangle);
+  const Triangle& corners = hit.corners;
   const Vec3 toViewer = -ray.direction;
 
   Surface s;

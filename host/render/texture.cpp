@@ -67,18 +67,13 @@ int wrapIndex(int i, int size, Wrap wrap) {
 
 float decodeData(uint8_t value) { return static_cast<float>(value) * (1 / 255.0F); }
 
+template <int kChannels>
 Vec4 texel(const Image& image, int x, int y, const std::array<float, 256>& decode) {
-  const uint8_t* p = &image.pixels[(static_cast<size_t>(y) * image.width + x) * image.channels];
-  switch (image.channels) {
-    case 1:
-      return {decode[p[0]], decode[p[0]], decode[p[0]], 1};
-    case 2:
-      return {decode[p[0]], decode[p[0]], decode[p[0]], decodeData(p[1])};
-    case 3:
-      return {decode[p[0]], decode[p[1]], decode[p[2]], 1};
-    default:
-      return {decode[p[0]], decode[p[1]], decode[p[2]], decodeData(p[3])};
-  }
+  const uint8_t* p = &image.pixels[(static_cast<size_t>(y) * image.width + x) * kChannels];
+  if constexpr (kChannels == 1) return {decode[p[0]], decode[p[0]], decode[p[0]], 1};
+  if constexpr (kChannels == 2) return {decode[p[0]], decode[p[0]], decode[p[0]], decodeData(p[1])};
+  if constexpr (kChannels == 3) return {decode[p[0]], decode[p[1]], decode[p[2]], 1};
+  return {decode[p[0]], decode[p[1]], decode[p[2]], decodeData(p[3])};
 }
 
 Vec4 mix(Vec4 a, Vec4 b, float t) {
@@ -104,19 +99,32 @@ int nearestTexel(float coordinate, int size, Wrap wrap) {
   return std::min(static_cast<int>(fold(coordinate, wrap) * static_cast<float>(size)), size - 1);
 }
 
-Vec4 sampleLevel(const Image& image, const Texture& t, Vec2 uv) {
+template <int kChannels>
+Vec4 sampleChannels(const Image& image, const Texture& t, Vec2 uv) {
   const auto& decode = decodeTable(t.srgb);
   if (t.nearest) {
-    return texel(image, nearestTexel(uv.x, image.width, t.wrapS), nearestTexel(uv.y, image.height, t.wrapT),
-                 decode);
+    return texel<kChannels>(image, nearestTexel(uv.x, image.width, t.wrapS),
+                            nearestTexel(uv.y, image.height, t.wrapT), decode);
   }
   const AxisTexels x(uv.x, image.width, t.wrapS);
   const AxisTexels y(uv.y, image.height, t.wrapT);
-  const Vec4 upper =
-      mix(texel(image, x.first, y.first, decode), texel(image, x.second, y.first, decode), x.fraction);
-  const Vec4 lower =
-      mix(texel(image, x.first, y.second, decode), texel(image, x.second, y.second, decode), x.fraction);
+  const auto at = [&](int column, int row) { return texel<kChannels>(image, column, row, decode); };
+  const Vec4 upper = mix(at(x.first, y.first), at(x.second, y.first), x.fraction);
+  const Vec4 lower = mix(at(x.first, y.second), at(x.second, y.second), x.fraction);
   return mix(upper, lower, y.fraction);
+}
+
+Vec4 sampleLevel(const Image& image, const Texture& t, Vec2 uv) {
+  switch (image.channels) {
+    case 1:
+      return sampleChannels<1>(image, t, uv);
+    case 2:
+      return sampleChannels<2>(image, t, uv);
+    case 3:
+      return sampleChannels<3>(image, t, uv);
+    default:
+      return sampleChannels<4>(image, t, uv);
+  }
 }
 
 /// The binary logarithm, exact to a hundredth, of a positive number.

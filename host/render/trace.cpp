@@ -116,7 +116,7 @@ void passBackFaces(const RTCFilterFunctionNArguments* arguments) {
   const auto& context = *reinterpret_cast<const NearestContext*>(arguments->context);
   const auto& hit = *reinterpret_cast<const RTCHit*>(arguments->hit);
   const Placement& placement = (*context.placements)[placementOf(hit)];
-  if (placement.isBackFace(hit.primID, context.direction)) arguments->valid[0] = 0;
+  if (placement.isBackFace(placement.triangle(hit.primID), context.direction)) arguments->valid[0] = 0;
 }
 
 Geometry makeTriangles(const Mesh& mesh, const Mat4& toWorld, AlphaSource* alpha) {
@@ -285,13 +285,15 @@ bool PreparedScene::Data::nearest(const Ray& ray, Hit& hit, RayLog* log) const {
     const bool usable = query.hit.geomID != RTC_INVALID_GEOMETRY_ID && query.ray.tfar >= ray.tnear &&
                         query.ray.tfar <= ray.tfar && std::isfinite(query.hit.u + query.hit.v);
     if (!usable) return false;
-    hit = {query.ray.tfar, query.hit.u, query.hit.v, placementOf(query.hit), query.hit.primID};
+    const unsigned placement = placementOf(query.hit);
+    hit = {query.ray.tfar, query.hit.u,      query.hit.v,
+           placement,      query.hit.primID, placements[placement].triangle(query.hit.primID)};
     return true;
   };
   // Back faces seldom come first, so they are tested for inside the tree only when one did. (Going on from
   // behind it would miss the front of a second triangle in the same place.)
   if (!trace(nullptr)) return false;
-  return !placements[hit.placement].isBackFace(hit.triangle, ray.direction) || trace(passBackFaces);
+  return !placements[hit.placement].isBackFace(hit.corners, ray.direction) || trace(passBackFaces);
 }
 
 namespace {

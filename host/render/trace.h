@@ -26,19 +26,20 @@ struct Ray {
   float widthAt(float t) const { return width + spread * t; }
 };
 
-struct Hit {
-  float t = 0;             ///< metres along the ray
-  float u = 0, v = 0;      ///< weights of the triangle's second and third vertex
-  uint32_t placement = 0;  ///< index into PreparedScene::Data::placements
-  uint32_t triangle = 0;   ///< index into the mesh's triangles
-};
-
 /// A triangle in the world.
 struct Triangle {
   Vec3 a, b, c;
 
   /// Of any length; counter-clockwise from where it points to.
   Vec3 normal() const { return cross(b - a, c - a); }
+};
+
+struct Hit {
+  float t = 0;             ///< metres along the ray
+  float u = 0, v = 0;      ///< weights of the triangle's second and third vertex
+  uint32_t placement = 0;  ///< index into PreparedScene::Data::placements
+  uint32_t triangle = 0;   ///< index into the mesh's triangles
+  Triangle corners;        ///< that triangle
 };
 
 /// One mesh in the world.
@@ -60,8 +61,8 @@ struct Placement {
   Vec3 front(const Triangle& t) const { return mirrored ? -t.normal() : t.normal(); }
 
   /// Whether a ray in `direction` meets the side of a triangle that is not there to be seen.
-  bool isBackFace(uint32_t index, Vec3 direction) const {
-    return !material->doubleSided && !material->hasInside() && dot(front(triangle(index)), direction) >= 0;
+  bool isBackFace(const Triangle& t, Vec3 direction) const {
+    return !material->doubleSided && !material->hasInside() && dot(front(t), direction) >= 0;
   }
 };
 
