@@ -359,7 +359,7 @@ TEST(Examples, LoadWholeWithCameraAndLights) {
     EXPECT_GE(file.document.renderSettings.size(), 3U) << entry.path();
     ++scenes;
   }
-  EXPECT_EQ(scenes, 11);
+  EXPECT_EQ(scenes, 12);
 }
 
 }  // namespace
