@@ -79,6 +79,10 @@ TEST_P(Renderers, CoverWhatTheSceneCovers) {
     turn.instances[0].transform = turned(Axis::Y, 60) * scaled({2, 2, 1});
     EXPECT_NEAR(redPart(turn, 64), 2.0 / 16, 0.004) << "seen at a slant";
   }
+  turn.instances[0].transform = scaled({1, 1, 0});
+  turn.instances.push_back({0, moved({-1, 0, 0}) * scaled({1, 1, 0})});
+  EXPECT_NEAR(redPart(turn, 64), 2.0 / 16, 0.004) << "flattened, and in two places";
+  turn.instances.pop_back();
   turn.instances[0].transform = turned(Axis::Y, 180);
   EXPECT_NEAR(redPart(turn, 64), 0, 1e-6) << "single-sided, from behind";
 }

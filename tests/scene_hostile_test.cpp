@@ -159,6 +159,7 @@ TEST_F(HostileSceneTest, EveryBrokenMemberIsNamed) {
       {"/materials/0/pbrMetallicRoughness/baseColorTexture/extensions/KHR_texture_transform/scale", 2,
        "scale must be an array"},
       {"/textures/0/source", 0, "textures[0].source is out of range"},
+      {"/asset/minVersion", "2.1", "it needs glTF version 2.1"},
       {"/extensions/VESTA_document", 1, "VESTA_document"},
       {"/extensions/VESTA_document/fps", 0, "positive"},
       {"/extensions/VESTA_document/startFrame", 1.5, "startFrame must be an integer"},
@@ -260,6 +261,13 @@ TEST_F(HostileSceneTest, FilesOutsideTheFolderAreReadWhenTheOptionsAllowIt) {
   gltf.root["buffers"][0]["uri"] = "file:///etc/passwd";
   writeFile(inside / "scene.vesta", gltf.root.dump());
   EXPECT_THROW(loadScene(inside / "scene.vesta", {.outsideFiles = true}), SceneError);
+}
+
+TEST_F(HostileSceneTest, LoadingStopsWhenItIsAskedTo) {
+  writeFile(folder_ / "scene.vesta", everything().glb());
+  SceneOptions options;
+  options.stopped = [] { return true; };
+  EXPECT_THROW(loadScene(folder_ / "scene.vesta", options), SceneError);
 }
 
 TEST_F(HostileSceneTest, FewBytesCannotAskForAllMemory) {

@@ -150,10 +150,12 @@ TEST_F(SceneMotion, MorphTargetsAddUp) {
   gltf.node({{"mesh", 0}});
   const int bent = gltf.node({{"mesh", 0}, {"weights", {1, 0.25}}});
   gltf.node({{"mesh", 0}, {"weights", {0, 0}}});
+  gltf.node({{"mesh", 0}, {"weights", {0.5, 0, 7, 7}}});  // for targets that are not there
   const SceneFile file = load(gltf);
   const Scene& scene = file.scene;
-  ASSERT_EQ(scene.instances.size(), 4U);
+  ASSERT_EQ(scene.instances.size(), 5U);
   EXPECT_EQ(scene.instances[0].mesh, scene.instances[1].mesh) << "the same weights share a mesh";
+  EXPECT_EQ(scene.instances[0].mesh, scene.instances[4].mesh);
   EXPECT_EQ(scene.meshes.size(), 3U);
   expectNear(vertex(scene, 0, 1), {1, 1, 0}, "the mesh's weights");
   expectNear(vertex(scene, 2, 1), {1, 2, 2}, "the node's weights");
@@ -229,8 +231,8 @@ TEST_F(SceneMotion, BrokenMotionIsRefusedByName) {
     GltfBuilder gltf;
     const char* words;
   } kCases[] = {
-      {animated({1, 1}, {0, 0, 0, 1, 1, 1}, "LINEAR"),
-       "animations[0]: the times of a sampler's keys do not rise"},
+      {animated({1, 0.5F}, {0, 0, 0, 1, 1, 1}, "LINEAR"),
+       "animations[0]: the times of a sampler's keys go back"},
       {animated({0, nan}, {0, 0, 0, 1, 1, 1}, "LINEAR"), "a sampler's number is not finite"},
       {animated({0, 1}, {0, 0, 0, 1, nan, 1}, "STEP"), "a sampler's number is not finite"},
       {animated({0, 1}, {0, 0, 0}, "LINEAR"), "2 keys and 3 numbers, 3 are needed for each"},

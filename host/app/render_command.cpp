@@ -130,14 +130,14 @@ int renderOne(HostServices& services, const RenderOrder& order) {
   const std::string file = normalPath(order.scene);
   Bitmap bitmap;
   try {
-    Document document(file, {services.outsideFiles != 0});
+    Document document(file, {services.outsideFiles != 0, interruptRequested});
     apply(overrides, document);
     const std::string unsupported = describeUnsupported(document.sceneFile());
     if (!unsupported.empty()) services.console.print(file + ": " + unsupported);
     render(services, document, bitmap);
   } catch (const SceneError& error) {
     services.console.printError(file + ": " + error.what());
-    return kExitUsage;
+    return interruptRequested() ? kExitStopped : kExitUsage;
   } catch (const RenderStopped&) {
     return kExitStopped;
   } catch (const std::exception& error) {

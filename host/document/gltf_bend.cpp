@@ -83,6 +83,10 @@ void expectFinite(const std::vector<Vec3>& positions) {
 
 }  // namespace
 
+size_t morphTargets(const tinygltf::Mesh& mesh) {
+  return mesh.primitives.empty() ? 0 : mesh.primitives.front().targets.size();
+}
+
 const std::vector<Mat4>& Skins::joints(int skin) {
   std::vector<Mat4>& known = joints_[static_cast<size_t>(skin)];
   if (!known.empty()) return known;

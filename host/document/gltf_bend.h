@@ -9,6 +9,9 @@
 
 namespace host {
 
+/// How many morph targets a mesh has; its primitives should have the same.
+size_t morphTargets(const tinygltf::Mesh& mesh);
+
 /// How a node bends the mesh that it places.
 struct Bend {
   std::vector<float> weights;                 ///< of the morph targets, missing ones are 0; empty: none

@@ -9,6 +9,8 @@
 namespace host {
 namespace {
 
+constexpr double kBrightest = 1e9;  // beyond, sums of light are no floats any more
+
 float unitFactor(double value) { return static_cast<float>(std::clamp(value, 0.0, 1.0)); }
 
 Vec2 vec2Or(const tinygltf::Value& object, const char* member, Vec2 fallback) {
@@ -87,7 +89,8 @@ Vec3 emissive(const tinygltf::Material& source) {
   const Extension extension(source, "emissive_strength");
   const double strength = extension ? std::max(extension.number("emissiveStrength", 1), 0.0) : 1;
   const auto channel = [&](size_t i) {
-    return static_cast<float>(std::clamp(source.emissiveFactor[i], 0.0, 1.0) * strength);
+    return static_cast<float>(
+        std::min(std::clamp(source.emissiveFactor[i], 0.0, 1.0) * strength, kBrightest));
   };
   return {channel(0), channel(1), channel(2)};
 }
@@ -131,7 +134,12 @@ MaterialBuilder::MaterialBuilder(const tinygltf::Model& model, ResourceReader& r
 const BuiltMaterial& MaterialBuilder::get(int index) {
   if (index < 0) return none_;
   BuiltMaterial& built = built_[static_cast<size_t>(index)];
-  if (built.material < 0) built = build(model_.materials[static_cast<size_t>(index)]);
+  if (built.material >= 0) return built;
+  try {
+    built = build(model_.materials[static_cast<size_t>(index)]);
+  } catch (const SceneError& error) {
+    throw SceneError("materials[" + std::to_string(index) + "]: " + error.what());
+  }
   return built;
 }
 

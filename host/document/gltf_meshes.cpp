@@ -115,6 +115,24 @@ void normalizeNormals(Mesh& mesh) {
   }
 }
 
+/// What a mesh keeps of each vertex.
+uint64_t vertexBytes(const tinygltf::Primitive& primitive, const BuiltMaterial& material) {
+  const auto has = [&](const std::string& name) { return primitive.attributes.count(name) > 0; };
+  uint64_t bytes = sizeof(Vec3);
+  if (has("NORMAL")) bytes += sizeof(Vec3);
+  if (has("TANGENT") && material.tangents) bytes += sizeof(Vec4);
+  if (has("COLOR_0")) bytes += sizeof(Vec4);
+  for (size_t set = 0; set < material.sets.size(); ++set) {
+    if (material.sets[set] && has("TEXCOORD_" + std::to_string(set))) bytes += sizeof(Vec2);
+  }
+  return bytes;
+}
+
+/// A strip or a fan has three indices for each corner.
+uint64_t cornerBytes(int mode) {
+  return mode == TINYGLTF_MODE_TRIANGLES ? sizeof(uint32_t) : 3 * sizeof(uint32_t);
+}
+
 }  // namespace
 
 const std::vector<int>& MeshBuilder::get(int index, const Bend& bend) {
@@ -128,6 +146,8 @@ std::vector<int> MeshBuilder::buildAll(int index, const Bend& bend) {
   const tinygltf::Mesh& source = model_.meshes[static_cast<size_t>(index)];
   for (size_t i = 0; i < source.primitives.size(); ++i) {
     const tinygltf::Primitive& primitive = source.primitives[i];
+    if (++primitives_ > kMaxBuiltPrimitives) throw SceneError("more than 1 million primitives are made");
+    if (options_.stopped()) throw SceneError("stopped");
     if (skip(primitive)) continue;
     const BuiltMaterial& material = materials_.get(primitive.material);
     try {
@@ -165,9 +185,7 @@ Mesh MeshBuilder::build(const tinygltf::Primitive& primitive, const BuiltMateria
   const uint64_t corners = primitive.indices < 0
                                ? positions.count
                                : model_.accessors[static_cast<size_t>(primitive.indices)].count;
-  // Positions, normals, tangents, two coordinates and colours a vertex; a strip has three indices for each
-  // corner.
-  takeMemory(positions.count * 72 + corners * 12);
+  takeMemory(positions.count * vertexBytes(primitive, material) + corners * cornerBytes(primitive.mode));
   Mesh mesh;
   mesh.positions = readPositions(model_, positions);
   std::vector<uint32_t> order;

@@ -22,8 +22,9 @@ struct SkippedPrimitives {
 
 class MeshBuilder {
  public:
-  MeshBuilder(const tinygltf::Model& model, MaterialBuilder& materials, Scene& scene)
-      : model_(model), materials_(materials), scene_(scene), bender_(model) {}
+  MeshBuilder(const tinygltf::Model& model, MaterialBuilder& materials, Scene& scene,
+              const SceneOptions& options)
+      : model_(model), materials_(materials), scene_(scene), options_(options), bender_(model) {}
 
   /// The meshes (indices into Scene::meshes) that the file's mesh `index` consists of when it is bent so;
   /// made once for each way of bending. Throws SceneError.
@@ -43,10 +44,12 @@ class MeshBuilder {
   const tinygltf::Model& model_;
   MaterialBuilder& materials_;
   Scene& scene_;
+  const SceneOptions& options_;
   Bender bender_;
   std::map<Key, std::vector<int>> built_;  // by the file's index and the way of bending
   SkippedPrimitives skipped_;
   uint64_t geometryBytes_ = 0;
+  uint64_t primitives_ = 0;  // built
 };
 
 }  // namespace host

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <numbers>
 #include <string>
 
@@ -231,6 +232,15 @@ class Flattener {
     if (!inReach(world)) {
       throw SceneError("the transform of nodes[" + std::to_string(index) + "] is not finite or too large");
     }
+    try {
+      look(node, world, hidden);
+    } catch (const SceneError& error) {
+      throw SceneError("nodes[" + std::to_string(index) + "]: " + error.what());
+    }
+    if (node.mesh >= 0 && !hidden) place(index, node);
+  }
+
+  void look(const tinygltf::Node& node, const Mat4& world, bool hidden) {
     if (node.camera >= 0 && !scene_.camera) {
       scene_.camera = makeCamera(model_.cameras[static_cast<size_t>(node.camera)], world);
     }
@@ -240,7 +250,6 @@ class Flattener {
       const auto lamp = static_cast<size_t>(light->second.Get("light").GetNumberAsInt());
       scene_.lights.push_back(makeLight(model_.lights.at(lamp), world));
     }
-    if (node.mesh >= 0) place(index, node);
   }
 
   /// Joints take a mesh to the world by themselves.
@@ -263,9 +272,10 @@ class Flattener {
     Bend bend;
     const tinygltf::Mesh& mesh = model_.meshes[static_cast<size_t>(node.mesh)];
     const std::vector<double>& weights = node.weights.empty() ? mesh.weights : node.weights;
-    const bool morphed = std::any_of(weights.begin(), weights.end(), [](double w) { return w != 0; });
-    if (morphed) {
-      for (const double weight : weights) bend.weights.push_back(static_cast<float>(weight));
+    const auto end = weights.begin() + static_cast<ptrdiff_t>(std::min(weights.size(), morphTargets(mesh)));
+    if (std::any_of(weights.begin(), end, [](double w) { return w != 0; })) {
+      std::transform(weights.begin(), end, std::back_inserter(bend.weights),
+                     [](double weight) { return static_cast<float>(weight); });
     }
     if (node.skin >= 0) bend.joints = &skins_.joints(node.skin);
     return bend;

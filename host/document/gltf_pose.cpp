@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/document/gltf_accessors.h"
+#include "host/document/gltf_bend.h"
 #include "host/document/gltf_limits.h"
 #include "host/document/gltf_source.h"
 #include "host/document/scene.h"
@@ -97,21 +98,21 @@ std::vector<double> valueAt(const Keys& keys, double seconds, bool rotation) {
   return turns ? slerp(keys.key(span.from), keys.key(span.to), span.part) : eachNumber(keys, span);
 }
 
-size_t morphTargets(const tinygltf::Model& model, const tinygltf::Node& node) {
-  if (node.mesh < 0) return 0;
-  const auto& primitives = model.meshes[static_cast<size_t>(node.mesh)].primitives;
-  return primitives.empty() ? 0 : primitives.front().targets.size();
+size_t targetsOf(const tinygltf::Model& model, const tinygltf::Node& node) {
+  return node.mesh < 0 ? 0 : morphTargets(model.meshes[static_cast<size_t>(node.mesh)]);
 }
 
 class Poser {
  public:
-  Poser(tinygltf::Model& model, double seconds) : model_(model), seconds_(seconds) {}
+  Poser(tinygltf::Model& model, double seconds, const SceneOptions& options)
+      : model_(model), seconds_(seconds), options_(options) {}
 
   void play(const tinygltf::Animation& animation) {
     for (const tinygltf::AnimationChannel& channel : animation.channels) {
       if (channel.sampler < 0 || static_cast<size_t>(channel.sampler) >= animation.samplers.size()) {
         throw SceneError("a channel has no sampler " + std::to_string(channel.sampler));
       }
+      if (options_.stopped()) throw SceneError("stopped");
       move(channel, animation.samplers[static_cast<size_t>(channel.sampler)]);
     }
   }
@@ -123,7 +124,7 @@ class Poser {
     tinygltf::Node& node = model_.nodes[static_cast<size_t>(channel.target_node)];
     std::vector<double>* const moved = property(node, channel.target_path);
     const bool weights = moved == &node.weights;
-    const size_t width = weights ? morphTargets(model_, node) : moved == &node.rotation ? 4 : 3;
+    const size_t width = weights ? targetsOf(model_, node) : moved == &node.rotation ? 4 : 3;
     // A node has either a matrix or what animations move.
     if (moved == nullptr || width == 0 || (!weights && !node.matrix.empty())) {
       ++leftOut_;
@@ -174,14 +175,14 @@ class Poser {
 
   static void checkTimes(const std::vector<float>& times) {
     if (times.empty()) throw SceneError("a sampler has no key");
-    const auto notLater = [](float a, float b) { return b <= a; };
-    if (std::adjacent_find(times.begin(), times.end(), notLater) != times.end()) {
-      throw SceneError("the times of a sampler's keys do not rise");
+    if (!std::is_sorted(times.begin(), times.end())) {
+      throw SceneError("the times of a sampler's keys go back");
     }
   }
 
   tinygltf::Model& model_;
   const double seconds_;
+  const SceneOptions& options_;
   std::set<const void*> moved_;  // properties of nodes
   uint64_t numbersRead_ = 0;
   int leftOut_ = 0;
@@ -189,8 +190,8 @@ class Poser {
 
 }  // namespace
 
-int poseNodes(tinygltf::Model& model, double seconds) {
-  Poser poser(model, seconds);
+int poseNodes(tinygltf::Model& model, double seconds, const SceneOptions& options) {
+  Poser poser(model, seconds, options);
   for (size_t i = 0; i < model.animations.size(); ++i) {
     try {
       poser.play(model.animations[i]);

@@ -42,6 +42,7 @@ inline constexpr std::string_view kLights = "extensions.KHR_lights_punctual.ligh
 inline constexpr SchemaRule kSchemaRules[] = {
     {"", "asset", RuleKind::Object, kRequired},
     {"asset", "version", RuleKind::String, kRequired},
+    {"asset", "minVersion", RuleKind::String},
     {"", "extensionsUsed", RuleKind::Strings},
     {"", "extensionsRequired", RuleKind::Strings},
     {"", "extensions", RuleKind::Object},

@@ -184,6 +184,10 @@ const json& arrayOf(const json& root, const char* member) {
 void checkVersion(const json& root) {
   const auto version = root["asset"]["version"].get<std::string>();
   if (!version.starts_with("2.")) throw SceneError("glTF version " + excerpt(version) + ", only 2.x is read");
+  const auto least = root["asset"].find("minVersion");
+  if (least == root["asset"].end() || *least == "2.0") return;
+  throw SceneError("it needs glTF version " + excerpt(least->get_ref<const std::string&>()) +
+                   ", 2.0 is known");
 }
 
 /// Geometry that exists in compressed form only cannot be rendered without the extension.

@@ -92,6 +92,7 @@ size_t behindString(std::string_view text, size_t start) {
 /// Looks at the brackets before anything is parsed: parsers follow the nesting by recursion, or take memory
 /// for every value. (The parser's own callback could count too, but makes long arrays quadratic.)
 void checkJsonSize(std::string_view text) {
+  if (text.size() > kMaxJsonBytes) throw SceneError("the JSON is larger than 512 MiB");
   size_t depth = 0, values = 0;
   for (size_t i = 0; i < text.size();) {
     const char c = text[i];
@@ -129,8 +130,8 @@ bool leavesFolder(const fs::path& relative) {
 /// The path that a URI names, seen from the scene's folder.
 fs::path pathOf(const std::string& uri) {
   const std::string name = percentDecoded(uri);
-  const size_t colon = name.find(':');
-  if (colon != std::string::npos && colon > 1 && name.find('/') > colon) {
+  const size_t colon = uri.find(':');
+  if (colon != std::string::npos && colon > 1 && uri.find('/') > colon) {
     throw SceneError("\"" + excerpt(uri) + "\" is not a file beside the scene");
   }
   if (name.find('\0') != std::string::npos) throw SceneError("\"" + excerpt(uri) + "\" is not a file name");
@@ -151,11 +152,10 @@ std::vector<unsigned char> decodeDataUri(const std::string& uri) {
 
 }  // namespace
 
-std::string excerpt(std::string_view text) {
-  constexpr size_t kLongest = 80;
-  std::string shown(text.substr(0, kLongest));
+std::string excerpt(std::string_view text, size_t longest) {
+  std::string shown(text.substr(0, longest));
   // A character that the cut went through is dropped whole, so that messages stay UTF-8.
-  if (text.size() > kLongest) {
+  if (text.size() > longest) {
     while (!shown.empty() && (static_cast<unsigned char>(shown.back()) & 0xC0U) == 0x80U) shown.pop_back();
     if (!shown.empty() && static_cast<unsigned char>(shown.back()) >= 0xC0U) shown.pop_back();
     shown += "...";
@@ -185,7 +185,7 @@ nlohmann::json parseJson(std::string_view text) {
   } catch (const nlohmann::json::exception& error) {
     const std::string_view reason = error.what();
     const size_t prefix = reason.find("] ");
-    throw SceneError("not glTF: " + excerpt(prefix == reason.npos ? reason : reason.substr(prefix + 2)));
+    throw SceneError("not glTF: " + excerpt(prefix == reason.npos ? reason : reason.substr(prefix + 2), 240));
   }
 }
 

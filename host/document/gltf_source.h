@@ -51,7 +51,7 @@ class ResourceReader {
   uint64_t bytesRead_ = 0;
 };
 
-/// Text from a file, fit for a message: at most 80 bytes and no control characters.
-std::string excerpt(std::string_view text);
+/// Text from a file, fit for a message: at most `longest` bytes and no control characters.
+std::string excerpt(std::string_view text, size_t longest = 80);
 
 }  // namespace host

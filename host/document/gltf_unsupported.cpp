@@ -37,7 +37,10 @@ void addExtensions(const tinygltf::Model& model, Phrases& phrases) {
   names.insert(model.extensionsRequired.begin(), model.extensionsRequired.end());
   for (const std::string& name : names) {
     const auto supported = std::find(std::begin(kSupportedExtensions), std::end(kSupportedExtensions), name);
-    if (supported == std::end(kSupportedExtensions)) phrases.add("extension " + excerpt(name));
+    if (supported != std::end(kSupportedExtensions)) continue;
+    const auto& required = model.extensionsRequired;
+    const bool isRequired = std::find(required.begin(), required.end(), name) != required.end();
+    phrases.add("extension " + excerpt(name) + (isRequired ? ", which it requires" : ""));
   }
 }
 

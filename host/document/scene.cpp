@@ -40,9 +40,9 @@ SceneFile loadGltf(const std::filesystem::path& file, const SceneOptions& option
   ResourceReader resources(source.folder, options);
   tinygltf::Model model = readModel(source, resources, result.document);
   source = {};  // the model has copies: large scenes should not be in memory twice
-  const int idleChannels = poseNodes(model, result.document.startFrame / result.document.fps);
+  const int idleChannels = poseNodes(model, result.document.startFrame / result.document.fps, options);
   MaterialBuilder materials(model, resources, result.scene);
-  MeshBuilder meshes(model, materials, result.scene);
+  MeshBuilder meshes(model, materials, result.scene, options);
   flattenNodes(model, meshes, result.scene);
   result.unsupported =
       unsupportedFeatures(model, {meshes.skipped(), materials.sharedTexCoords(), idleChannels});

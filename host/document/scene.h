@@ -2,6 +2,7 @@
 // A scene in memory, ready for any renderer: plain data, nothing of rendering and nothing of files.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -194,6 +195,8 @@ class SceneError : public std::runtime_error {
 
 struct SceneOptions {
   bool outsideFiles = false;  ///< a scene may name files outside its folder
+  /// Asked often; true ends the loading with a SceneError "stopped".
+  std::function<bool()> stopped = [] { return false; };
 };
 
 /// Reads a `*.vesta` scene: glTF 2.0, JSON or binary by content, with the files it names.

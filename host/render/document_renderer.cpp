@@ -62,7 +62,7 @@ RenderRequest DocumentRenderer::withSettings(RenderRequest request, const Contai
   return request;
 }
 
-Image DocumentRenderer::render(const Container& settings, RenderRequest request) {
+Image DocumentRenderer::render(const Container& settings, RenderRequest request) try {
   const RendererId renderer = rendererOf(settings.getInt32(render_setting::kRenderer));
   const NoteScope step(Note::Step, "rendering " + std::to_string(request.width) + " x " +
                                        std::to_string(request.height) + " pixels, renderer " +
@@ -78,6 +78,8 @@ Image DocumentRenderer::render(const Container& settings, RenderRequest request)
     prepared_ = std::make_unique<PreparedScene>(document_.sceneFile().scene, kernel, request.stopped);
   }
   return renderScene(*prepared_, renderer, request);
+} catch (const std::bad_alloc&) {
+  throw std::runtime_error("there is not enough memory to render this scene");
 }
 
 }  // namespace host

@@ -6,19 +6,37 @@
 namespace host {
 namespace {
 
+constexpr size_t kMostEmitters = size_t{16} << 20;
+constexpr uint32_t kTrianglesBetweenStops = 65536;
+
 float brightness(const Material& material) {
   return std::max({material.emissive.x, material.emissive.y, material.emissive.z});
 }
 
+bool shines(const Placement& placement) {
+  return brightness(*placement.material) > 0 && !placement.material->unlit;
+}
+
+size_t shiningTriangles(const PreparedScene::Data& data) {
+  size_t sum = 0;
+  for (const Placement& placement : data.placements) {
+    if (shines(placement)) sum += placement.mesh->indices.size() / 3;
+  }
+  return sum;
+}
+
 }  // namespace
 
-Emitters::Emitters(const PreparedScene::Data& data) : data_(data) {
+Emitters::Emitters(const PreparedScene::Data& data, const std::function<bool()>& stopped) : data_(data) {
+  if (shiningTriangles(data) > kMostEmitters) return;
   double power = 0;
   for (size_t i = 0; i < data.placements.size(); ++i) {
     const Placement& placement = data.placements[i];
+    if (!shines(placement)) continue;
     const float bright = brightness(*placement.material);
-    if (!(bright > 0) || placement.material->unlit) continue;
+    if (stopped()) throw RenderStopped();
     for (uint32_t t = 0; t < placement.mesh->indices.size() / 3; ++t) {
+      if (t % kTrianglesBetweenStops == kTrianglesBetweenStops - 1 && stopped()) throw RenderStopped();
       const float area = 0.5F * length(placement.triangle(t).normal());
       if (!(area > 0 && area < 1e30F)) continue;
       power += static_cast<double>(area) * bright;

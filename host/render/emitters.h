@@ -17,11 +17,12 @@ struct EmitterPoint {
   TrianglePoint place;
 };
 
-/// All of them; each is chosen as often as its area and the brightness of its material say. Keeps a
-/// reference. Thread: any.
+/// All of them; each is chosen as often as its area and the brightness of its material say. Of more than 16
+/// million none is chosen, and only paths find them. Keeps a reference. Thread: any.
 class Emitters {
  public:
-  explicit Emitters(const PreparedScene::Data& data);
+  /// Throws RenderStopped when `stopped` is true before they are collected.
+  Emitters(const PreparedScene::Data& data, const std::function<bool()>& stopped);
 
   bool empty() const { return triangles_.empty(); }
   /// A point for a number and a pair 0..1.

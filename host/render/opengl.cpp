@@ -15,6 +15,8 @@
 namespace host {
 namespace {
 
+constexpr uint64_t kMostSorted = uint64_t{8} << 20;  // blended triangles
+constexpr uint32_t kComparedBetweenStops = 1 << 18;
 constexpr float kFarthest = 1e17F;  // metres; what is farther off has no place that numbers can tell
 constexpr int kSkyHeights = 1024, kSkyBlurs = 33;
 constexpr double kTriangleCost = 4;  // of one triangle, in pixels
@@ -251,7 +253,12 @@ class Drawing {
       uint32_t instance, triangle;
     };
     std::vector<Placed> all;
+    uint64_t count = 0;
+    for (const Draw& draw : seeThrough_) count += draw.count;
+    if (count > kMostSorted) throw std::runtime_error("OpenGL: more than 8 million blended triangles");
+    all.reserve(count);
     for (const Draw& draw : seeThrough_) {
+      if (request_.stopped()) throw RenderStopped();
       for (uint32_t t = 0; t < draw.count; ++t) {
         const Vec3 middle = corner(draw.instance, 3 * t) + corner(draw.instance, 3 * t + 1) +
                             corner(draw.instance, 3 * t + 2);
@@ -259,8 +266,11 @@ class Drawing {
         all.push_back({std::isfinite(depth) ? depth : 0, draw.instance, t});
       }
     }
-    std::stable_sort(all.begin(), all.end(),
-                     [](const Placed& a, const Placed& b) { return a.depth > b.depth; });
+    uint32_t compared = 0;
+    std::stable_sort(all.begin(), all.end(), [&](const Placed& a, const Placed& b) {
+      if (++compared % kComparedBetweenStops == 0 && request_.stopped()) throw RenderStopped();
+      return a.depth > b.depth;
+    });
     seeThrough_.clear();
     for (uint32_t i = 0; i < all.size(); ++i) {
       if (seeThrough_.empty() || seeThrough_.back().instance != all[i].instance) {

@@ -39,7 +39,7 @@ class PathTracer {
         log_(log),
         camera_(data.scene, request.width, request.height),
         lights_(data.scene, data.bounds(), request),
-        emitters_(data),
+        emitters_(data, request.stopped),
         samples_(request.path.sampling == Sampling::Draft ? std::max(request.path.samples / 4, 1)
                                                           : request.path.samples) {}
 

@@ -246,12 +246,11 @@ PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const st
     if (alpha->mesh->indices.empty()) continue;
 
     // A mesh that stands once is carried into the world, which traces faster and allows any transform. One
-    // that stands in several places is kept once; flattened copies of it, which have no inside, are left out.
-    if (uses[instance.mesh] == 1) {
+    // that stands in several places is kept once, but for copies that no ray could be carried back from.
+    if (uses[instance.mesh] == 1 || !isInvertible(toWorld)) {
       rtcAttachGeometryByID(tree.get(), makeTriangles(*alpha->mesh, toWorld, alpha).get(), id);
       continue;
     }
-    if (!isInvertible(toWorld)) continue;
     placements.back().magnitude = largest(column(toWorld, 3));
     Tree& meshTree = meshTrees[instance.mesh];
     if (!meshTree) {

@@ -46,6 +46,9 @@ void readPngHeader(PngReader& reader) {
   png_set_user_limits(reader.png, kMaxImageSide, kMaxImageSide);
   png_set_chunk_malloc_max(reader.png, kMaxChunkBytes);
   png_set_chunk_cache_max(reader.png, kMaxChunks);
+  // Texts and profiles are not used, and a few bytes of them can stand for gigabytes.
+  static constexpr png_byte kUnused[] = "tEXt\0zTXt\0iTXt\0iCCP\0sPLT\0eXIf\0hIST";
+  png_set_keep_unknown_chunks(reader.png, PNG_HANDLE_CHUNK_NEVER, kUnused, sizeof kUnused / 5);
   png_read_info(reader.png, reader.info);
 }
 

@@ -40,8 +40,8 @@ void nameLocalRendering(int32_t flags) {
 HostDocument* LoadDocument(const HostFileName* name, int32_t) {
   const auto start = Clock::now();
   try {
-    auto document =
-        std::make_unique<HostDocument>(name->path, host::SceneOptions{services().outsideFiles != 0});
+    auto document = std::make_unique<HostDocument>(
+        name->path, SceneOptions{services().outsideFiles != 0, interruptRequested});
     services().runLog.loaded(name->path, millisecondsSince(start));
     nameWhatIsLeftOut(document->document);
     return document.release();
