@@ -58,6 +58,13 @@ TEST(PhysicalFurnace, WhiteBallsUnderAWhiteSkyAreAsWhite) {
       white.roughness = roughness;
       EXPECT_NEAR(ballLight(white).x, 0.5F, 0.006F) << "roughness " << roughness << " metallic " << metallic;
     }
+    for (const float strength : {0.5F, 1.0F}) {
+      Material brushed = matt({1, 1, 1, 1});
+      brushed.metallic = 1;
+      brushed.roughness = std::max(roughness, 0.1F);
+      brushed.anisotropy = strength;
+      EXPECT_NEAR(ballLight(brushed).x, 0.5F, 0.03F) << "brushed " << roughness << ", " << strength;
+    }
     Material coated = matt({1, 1, 1, 1});
     coated.clearcoat = 1;
     coated.clearcoatRoughness = roughness;
@@ -159,6 +166,13 @@ TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
   const Vec3 light = meanOf(trace(scene, request));
   EXPECT_NEAR(light.x, 2 * 0.5F * factor, 0.01F);
   EXPECT_NEAR(light.z, 0.5F * 0.5F * factor, 0.005F);
+  // What alpha takes away shines on nothing.
+  scene.materials[1].alphaMode = AlphaMode::Blend;
+  scene.materials[1].baseColor.w = 0.5F;
+  EXPECT_NEAR(meanOf(trace(scene, request)).x, 0.5F * factor, 0.01F);
+  scene.materials[1].alphaMode = AlphaMode::Mask;
+  scene.materials[1].alphaCutoff = 0.6F;
+  EXPECT_NEAR(meanOf(trace(scene, request)).x, 0, 0.001F);
 }
 
 TEST(PhysicalLight, MirrorsPanesAndSlabs) {

@@ -289,6 +289,16 @@ TEST(RenderLight, ExposureIsAFactorOrMeteredInCoarseSteps) {
     EXPECT_TRUE(lampLight(scene) > 0.07F && lampLight(scene) < 0.61F) << intensity;
   }
 
+  // A lamp in the middle of everything is metered as well.
+  Scene around = orthographicScene(0.1F, 0.1F);
+  around.camera->transform = moved({0, 0, 0.5F});
+  add(around, sphereMesh(16), matt({1, 1, 1, 1}));
+  around.materials[0].doubleSided = true;
+  Light lamp;
+  lamp.intensity = 3000;
+  around.lights = {lamp};
+  EXPECT_LT(center(render(around, RendererId::Standard, 4, 4)).g, 250);
+
   RenderRequest request;
   request.width = request.height = 1;
   request.antialiasing = false;

@@ -109,7 +109,8 @@ void render(HostServices& services, Document& document, Bitmap& bitmap) {
   request.stopped = interruptRequested;
   request.progress = [&](double part) { services.console.renderProgress(part); };
   if (!bitmap.init(request.width, request.height, 24))
-    throw std::runtime_error("the render settings ask for no possible size");
+    throw std::runtime_error("no picture can have " + std::to_string(request.width) + " x " +
+                             std::to_string(request.height) + " pixels");
   bitmap.assign(DocumentRenderer(document).render(settings, request));
 }
 
@@ -144,6 +145,7 @@ int renderOne(HostServices& services, const RenderOrder& order) {
     services.console.printError(file + ": " + error.what());
     return kExitWrong;
   }
+  if (interruptRequested()) return kExitStopped;
   try {
     const std::string place = normalPath(order.image);
     png ? bitmap.savePng(place) : bitmap.saveTiff(place, services.tiffCompression());

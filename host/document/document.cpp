@@ -69,9 +69,10 @@ VideoPost& Document::videoPost(int32_t type) {
 }
 
 const VideoPost* Document::activePost(int32_t type) const {
-  const auto post = std::find_if(videoPosts_.begin(), videoPosts_.end(),
-                                 [&](const VideoPost& candidate) { return candidate.type == type; });
-  return post == videoPosts_.end() || (post->flags & kVideoPostOff) != 0 ? nullptr : &*post;
+  const auto post = std::find_if(videoPosts_.begin(), videoPosts_.end(), [&](const VideoPost& candidate) {
+    return candidate.type == type && (candidate.flags & kVideoPostOff) == 0;
+  });
+  return post == videoPosts_.end() ? nullptr : &*post;
 }
 
 std::list<VideoPost>& Document::videoPosts() {

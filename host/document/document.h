@@ -74,7 +74,7 @@ class Document {
   std::list<VideoPost>& videoPosts();
   /// The first post of a type; appended, with no parameters, when there is none.
   VideoPost& videoPost(int32_t type);
-  /// The first post of a type, if it is not switched off; else null.
+  /// The first post of a type that is not switched off; null without one.
   const VideoPost* activePost(int32_t type) const;
 
  private:

@@ -36,6 +36,19 @@ float fresnel(float cosine, float ratio) {
   return 0.5F * (parallel * parallel + perpendicular * perpendicular);
 }
 
+/// Of facets that are rougher along than across.
+float roughnessAlong(const MaterialPoint& material) {
+  const float across = alphaOf(material.roughness);
+  return std::sqrt(across + (1 - across) * material.anisotropy * material.anisotropy);
+}
+
+/// What facets of two roughnesses reflect lies between what round layers of these do; the exponent is fitted
+/// to balls in a white furnace.
+LayerAlbedo between(const LayerAlbedo& across, const LayerAlbedo& along) {
+  const float scale = std::pow(along.all() / std::max(across.all(), 1e-3F), 0.55F);
+  return {across.normal * scale, across.grazing * scale};
+}
+
 }  // namespace
 
 Bsdf::Frame Bsdf::frameAbout(Vec3 normal, Vec3 along) {
@@ -43,6 +56,11 @@ Bsdf::Frame Bsdf::frameAbout(Vec3 normal, Vec3 along) {
   if (!(dot(x, x) > 1e-8F)) x = cross(std::abs(normal.y) < 0.9F ? Vec3{0, 1, 0} : Vec3{1, 0, 0}, normal);
   x = normalize(x);
   return {x, cross(normal, x), normal};
+}
+
+LayerAlbedo Bsdf::albedoAt(float cosine) const {
+  const LayerAlbedo round = layers_.at(cosine);
+  return m_.anisotropy > 0 ? between(round, layersAlong_.at(cosine)) : round;
 }
 
 Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
@@ -55,6 +73,7 @@ Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
               alphaOf(material.roughness)),
       coat_(alphaOf(material.clearcoatRoughness), alphaOf(material.clearcoatRoughness)),
       layers_(material.roughness),
+      layersAlong_(roughnessAlong(material)),
       glass_(material.transmission),
       metal_(material.metallic),
       dielectric_(std::max(1 - material.metallic - material.transmission, 0.0F)),
@@ -80,12 +99,12 @@ Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
 
 /// What facets reflect and let in, and by how much light that meets several of them is more.
 void Bsdf::weighFacets() {
-  seen_ = layers_.at(viewer_.z);
+  seen_ = albedoAt(viewer_.z);
   const float lost = 1 / std::max(seen_.all(), 1e-3F) - 1;
   metalGain_ = grey(1) + m_.color * lost;
   dielectricGain_ = grey(1) + dielectricMirror_ * lost;
   glassGain_ = 1 + lost;
-  const LayerAlbedo mean = layers_.mean();
+  const LayerAlbedo mean = m_.anisotropy > 0 ? between(layers_.mean(), layersAlong_.mean()) : layers_.mean();
   const float lostOnMean = 1 / std::max(mean.all(), 1e-3F) - 1;
   leaves_ = grey(1) - seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_;
   meanLeaves_ =
@@ -131,7 +150,7 @@ Vec3 Bsdf::facetMirror(float cosine) const {
 
 /// What the base scatters of light that came through the facets and goes out through them.
 Vec3 Bsdf::baseDiffuse(Vec3 light) const {
-  const LayerAlbedo in = layers_.at(light.z);
+  const LayerAlbedo in = albedoAt(light.z);
   const float lost = 1 / std::max(in.all(), 1e-3F) - 1;
   const Vec3 enters =
       grey(1) - in.of(dielectricMirror_, dielectricGrazing_) * (grey(1) + dielectricMirror_ * lost);

@@ -50,6 +50,7 @@ class Bsdf {
 
   void weighFacets();
   void chooseShares();
+  LayerAlbedo albedoAt(float cosine) const;
   float glassMirror(float cosine) const;
   Vec3 facetMirror(float cosine) const;
   Vec3 baseDiffuse(Vec3 light) const;
@@ -63,7 +64,7 @@ class Bsdf {
   Frame frame_, coatFrame_{};
   Vec3 viewer_, coatViewer_{};  // in the frames
   Ggx facets_, coat_;
-  LayerAlbedos layers_;
+  LayerAlbedos layers_, layersAlong_;
   LayerAlbedo seen_;        // of the facets, from the viewer's side
   float viewerLambda_ = 0;  // of the facets
   float coatSeen_ = 0;      // part that the coat mirrors to the viewer

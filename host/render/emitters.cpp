@@ -67,10 +67,18 @@ EmitterPoint Emitters::choose(float choice, Vec2 u) const {
   return point;
 }
 
+float Emitters::visiblePart(const EmitterPoint& point) const {
+  const Material& material = *point.placement->material;
+  if (material.alphaMode == AlphaMode::Opaque) return 1;
+  const float alpha = data_.textures.alpha(*point.placement->mesh, material, point.place);
+  if (material.alphaMode == AlphaMode::Blend) return alpha;
+  return alpha < material.alphaCutoff ? 0.0F : 1.0F;
+}
+
 Vec3 Emitters::light(const EmitterPoint& point) const {
   const Material& material = *point.placement->material;
   const Vec4 texel = data_.textures.sample(*point.placement->mesh, material.emissiveTexture, point.place);
-  return material.emissive * Vec3{texel.x, texel.y, texel.z};
+  return material.emissive * Vec3{texel.x, texel.y, texel.z} * visiblePart(point);
 }
 
 }  // namespace host

@@ -33,6 +33,9 @@ class Emitters {
   float densityOf(const Material& material) const;
 
  private:
+  /// Of its light: what its alpha shows.
+  float visiblePart(const EmitterPoint& point) const;
+
   struct Emitter {
     uint32_t placement, triangle;
     float upTo;  // sum of the powers up to this one

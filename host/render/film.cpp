@@ -8,6 +8,7 @@
 namespace host {
 namespace {
 
+constexpr int kRowsBetweenStops = 64;
 constexpr int kBoxes = 3;  // three running means in a row are all but a bell curve
 
 /// The running mean over 2 * reach + 1 values of a row with a given stride; beyond its ends it is dark.
@@ -23,7 +24,8 @@ void blurRow(Vec3* row, int count, size_t stride, int reach, std::vector<Vec3>& 
   }
 }
 
-void blur(std::vector<Vec3>& light, int width, int height, float deviation) {
+void blur(std::vector<Vec3>& light, int width, int height, float deviation,
+          const std::function<bool()>& stopped) {
   // Three boxes of 2 r + 1 values have the variance ((2 r + 1)^2 - 1) / 4.
   const int most = std::max(width, height);
   const int reach =
@@ -31,9 +33,13 @@ void blur(std::vector<Vec3>& light, int width, int height, float deviation) {
   std::vector<Vec3> copy(most);
   for (int box = 0; box < kBoxes; ++box) {
     for (int y = 0; y < height; ++y) {
+      if (y % kRowsBetweenStops == 0 && stopped()) throw RenderStopped();
       blurRow(&light[static_cast<size_t>(y) * width], width, 1, reach, copy);
     }
-    for (int x = 0; x < width; ++x) blurRow(&light[x], height, width, reach, copy);
+    for (int x = 0; x < width; ++x) {
+      if (x % kRowsBetweenStops == 0 && stopped()) throw RenderStopped();
+      blurRow(&light[x], height, width, reach, copy);
+    }
   }
 }
 
@@ -54,7 +60,10 @@ float toneCurve(float x) {
 }
 
 Film::Film(const RenderRequest& request)
-    : toneCurve_(request.toneCurve), glow_(request.glow), image_{request.width, request.height, 3, {}} {
+    : stopped_(request.stopped),
+      toneCurve_(request.toneCurve),
+      glow_(request.glow),
+      image_{request.width, request.height, 3, {}} {
   const size_t pixels = static_cast<size_t>(request.width) * request.height;
   image_.pixels.resize(3 * pixels);
   if (glow_) light_.resize(pixels);
@@ -78,7 +87,7 @@ Image Film::develop() {
   if (glow_) {
     std::vector<Vec3> spilt(light_.size());
     std::transform(light_.begin(), light_.end(), spilt.begin(), aboveWhite);
-    blur(spilt, image_.width, image_.height, glow_->radius * static_cast<float>(image_.height));
+    blur(spilt, image_.width, image_.height, glow_->radius * static_cast<float>(image_.height), stopped_);
     for (int y = 0; y < image_.height; ++y) {
       for (int x = 0; x < image_.width; ++x) {
         const size_t i = static_cast<size_t>(y) * image_.width + x;

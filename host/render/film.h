@@ -15,13 +15,15 @@ class Film {
   /// pixel.
   void set(int x, int y, Vec3 light);
 
-  /// The picture, once every pixel was set. Ends the film.
+  /// The picture, once every pixel was set. Ends the film. Throws RenderStopped when the request says so
+  /// while light is spilt.
   Image develop();
 
  private:
   uint8_t* pixelAt(int x, int y) { return &image_.pixels[3 * (static_cast<size_t>(y) * image_.width + x)]; }
   void expose(Vec3 light, uint8_t* pixel) const;
 
+  const std::function<bool()> stopped_;
   bool toneCurve_;
   std::optional<Glow> glow_;
   Image image_;

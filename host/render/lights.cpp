@@ -109,7 +109,8 @@ Illumination Lamp::metered(Vec3 point, float minDistance) const {
   if (light_.kind == Light::Kind::Directional) return {-light_.direction, kFarAway, intensity_};
   const Vec3 towards = light_.position - point;
   const float distance = std::max(length(towards), minDistance);
-  return {normalize(towards), distance, intensity_ * (1 / (distance * distance))};
+  // A lamp in the very middle shines from everywhere; any direction will do.
+  return {unitOr(towards, {0, 1, 0}), distance, intensity_ * (1 / (distance * distance))};
 }
 
 Vec3 Sky::radiance(Vec3 direction, float blur) const {

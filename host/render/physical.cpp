@@ -19,7 +19,7 @@ namespace {
 
 constexpr float kPi = std::numbers::pi_v<float>;
 constexpr int kSureSurfaces = 3;       // that a path meets before it may end by chance
-constexpr int kMaxLayers = 64;         // blended surfaces one behind another
+constexpr int kMaxLayers = 256;        // blended surfaces one behind another
 constexpr size_t kLampCandidates = 8;  // among which one is chosen
 constexpr int kSamplesBetweenStops = 4;
 
@@ -100,11 +100,15 @@ class PathTracer {
         const Surface surface = surfaceAt(r_.data_, ray, hit);
         const Vec2 chance = sampler_.pair();
         if (surface.baseColor.w < 1 && chance.x >= surface.baseColor.w) {
-          if (++layers > kMaxLayers) break;
+          if (++layers > kMaxLayers) {
+            add(r_.lights_.sky.radiance(ray.direction, 0), surfaces);
+            break;
+          }
           ray.tnear = behind(hit);
           continue;
         }
         ++surfaces;
+        layers = 0;
         if (!scatter(surface, ray, hit.t, chance.y, surfaces)) break;
       }
       return light_;

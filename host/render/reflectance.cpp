@@ -123,7 +123,10 @@ float Reflectance::ofCoat() const {
 }
 
 Vec3 Reflectance::ofBehind() const {
-  return (grey(1) - fresnel(viewerCosine_)) * m_.color * (m_.transmission * baseShare_);
+  // An inside takes the colour once, on two surfaces.
+  const auto tint = [&](float c) { return m_.thin ? c : std::sqrt(std::max(c, 0.0F)); };
+  const Vec3 color{tint(m_.color.x), tint(m_.color.y), tint(m_.color.z)};
+  return (grey(1) - fresnel(viewerCosine_)) * color * (m_.transmission * baseShare_);
 }
 
 Vec3 Reflectance::mirrored() const {
