@@ -20,9 +20,9 @@
 namespace host {
 namespace {
 
-constexpr int kWidth = 640, kHeight = 360;  // pixels
+constexpr int kWidth = 320, kHeight = 180;  // pixels
 constexpr int kTile = 16;                   // as in renderer.cpp, for rays in the same order
-constexpr int kSamples = 4;                 // of the path tracer, a pixel
+constexpr int kSamples = 16;                // of the path tracer, a pixel
 constexpr int kRepeats = 7;
 
 /// Seconds that `work` takes.

@@ -175,6 +175,45 @@ TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
   EXPECT_NEAR(meanOf(trace(scene, request)).x, 0, 0.001F);
 }
 
+/// A square of 8 by 8 cells, half a metre each.
+Mesh cellsMesh() {
+  Mesh mesh;
+  for (int i = 0; i < 81; ++i) {
+    const float u = static_cast<float>(i % 9) / 8, v = static_cast<float>(i / 9) / 8;
+    mesh.positions.push_back({4 * u - 2, 2 - 4 * v, 0});
+    mesh.texCoords[0].push_back({u, v});
+  }
+  for (uint32_t i = 0; i < 72; ++i) {
+    if (i % 9 < 8) mesh.indices.insert(mesh.indices.end(), {i, i + 9, i + 10, i, i + 10, i + 1});
+  }
+  return mesh;
+}
+
+TEST(PhysicalLight, OfADarkPanelTheSpotThatShinesIsSought) {
+  // The square of the test above, as the middle of a picture that is black else.
+  Scene scene = orthographicScene(0.02F, 0.02F);
+  scene.camera->transform = moved({0, 0.9F, 0}) * turned(Axis::X, -90);
+  Material floor = matt({0.5F, 0.5F, 0.5F, 1});
+  floor.specular = 0;
+  add(scene, squareMesh(5), floor, turned(Axis::X, -90));
+  Material panel = matt({0, 0, 0, 1});
+  panel.specular = 0;
+  panel.emissive = {1, 1, 1};
+  std::vector<uint8_t> texels(64);
+  for (const int lit : {27, 28, 35, 36}) texels[lit] = 255;
+  panel.emissiveTexture.texture =
+      addTexture(scene, 8, 8, 1, texels, {-1, Wrap::Clamp, Wrap::Clamp, true, false, false});
+  add(scene, cellsMesh(), panel, moved({0, 1, 0}) * turned(Axis::X, 90));
+  RenderRequest request = requestOf(4, 4, 256);
+  request.environment.strength = 0;
+  const float a = 0.5F / std::sqrt(1.25F);
+  EXPECT_NEAR(meanOf(trace(scene, request)).x, 0.5F * 4 / 3.14159265F * a * std::atan(a), 0.004F);
+  // A sixteenth of the panel: who looks anywhere on it finds nothing in most pixels.
+  request.path.samples = 4;
+  const Image few = trace(scene, request);
+  for (int i = 0; i < 16; ++i) EXPECT_GT(at(few, i % 4, i / 4).r, 40) << i;
+}
+
 TEST(PhysicalLight, MirrorsPanesAndSlabs) {
   // A mirror shows what stands in its direction.
   Scene scene = orthographicScene(0.1F, 0.1F);

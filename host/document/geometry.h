@@ -8,6 +8,7 @@ namespace host {
 
 struct Vec2 {
   float x = 0, y = 0;
+  bool operator==(const Vec2&) const = default;
 };
 
 struct Vec3 {

@@ -34,6 +34,7 @@ struct TextureUse {
   Vec2 vAxis{0, 1};
   Vec2 offset{0, 0};
 
+  bool operator==(const TextureUse&) const = default;
   explicit operator bool() const { return texture >= 0; }
   Vec2 moved(Vec2 uv) const {
     return {uAxis.x * uv.x + vAxis.x * uv.y + offset.x, uAxis.y * uv.x + vAxis.y * uv.y + offset.y};

@@ -60,7 +60,7 @@ Bsdf::Frame Bsdf::frameAbout(Vec3 normal, Vec3 along) {
 
 LayerAlbedo Bsdf::albedoAt(float cosine) const {
   const LayerAlbedo round = layers_.at(cosine);
-  return m_.anisotropy > 0 ? between(round, layersAlong_.at(cosine)) : round;
+  return layersAlong_ ? between(round, layersAlong_->at(cosine)) : round;
 }
 
 Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
@@ -73,12 +73,12 @@ Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
               alphaOf(material.roughness)),
       coat_(alphaOf(material.clearcoatRoughness), alphaOf(material.clearcoatRoughness)),
       layers_(material.roughness),
-      layersAlong_(roughnessAlong(material)),
       glass_(material.transmission),
       metal_(material.metallic),
       dielectric_(std::max(1 - material.metallic - material.transmission, 0.0F)),
       dielectricMirror_(material.dielectricMirror),
       dielectricGrazing_(material.dielectricGrazing) {
+  if (m_.anisotropy > 0) layersAlong_.emplace(roughnessAlong(m_));
   viewer_.z = std::max(viewer_.z, kLeastCosine);
   viewerLambda_ = facets_.lambda(viewer_);
   if (m_.clearcoat > 0) {
@@ -104,7 +104,7 @@ void Bsdf::weighFacets() {
   metalGain_ = grey(1) + m_.color * lost;
   dielectricGain_ = grey(1) + dielectricMirror_ * lost;
   glassGain_ = 1 + lost;
-  const LayerAlbedo mean = m_.anisotropy > 0 ? between(layers_.mean(), layersAlong_.mean()) : layers_.mean();
+  const LayerAlbedo mean = layersAlong_ ? between(layers_.mean(), layersAlong_->mean()) : layers_.mean();
   const float lostOnMean = 1 / std::max(mean.all(), 1e-3F) - 1;
   leaves_ = grey(1) - seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_;
   meanLeaves_ =

@@ -64,10 +64,11 @@ class Bsdf {
   Frame frame_, coatFrame_{};
   Vec3 viewer_, coatViewer_{};  // in the frames
   Ggx facets_, coat_;
-  LayerAlbedos layers_, layersAlong_;
-  LayerAlbedo seen_;        // of the facets, from the viewer's side
-  float viewerLambda_ = 0;  // of the facets
-  float coatSeen_ = 0;      // part that the coat mirrors to the viewer
+  LayerAlbedos layers_;
+  std::optional<LayerAlbedos> layersAlong_;  // of facets that are rougher along than across
+  LayerAlbedo seen_;                         // of the facets, from the viewer's side
+  float viewerLambda_ = 0;                   // of the facets
+  float coatSeen_ = 0;                       // part that the coat mirrors to the viewer
   float sheenSeen_ = 0;
   float glass_;  // parts of the base
   float metal_;

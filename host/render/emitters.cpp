@@ -25,30 +25,54 @@ size_t shiningTriangles(const PreparedScene::Data& data) {
   return sum;
 }
 
+/// The mean over a triangle, roughly; never nothing, since a bright spot may lie between the places read.
+float textureBrightness(const Textures& textures, const Placement& placement, uint32_t triangle) {
+  constexpr float kLeast = 0.01F;
+  constexpr Vec2 kPlaces[] = {
+      {1 / 3.0F, 1 / 3.0F}, {1 / 6.0F, 1 / 6.0F}, {2 / 3.0F, 1 / 6.0F}, {1 / 6.0F, 2 / 3.0F}};
+  const TextureUse& use = placement.material->emissiveTexture;
+  if (!use) return 1;
+  float sum = 0;
+  for (const Vec2 place : kPlaces) {
+    TrianglePoint point(*placement.mesh, triangle, place.x, place.y);
+    point.footprint = 0.125F;  // a quarter of the triangle
+    const Vec4 texel = textures.sample(*placement.mesh, use, point);
+    sum += std::max({texel.x, texel.y, texel.z});
+  }
+  return std::max(sum / static_cast<float>(std::size(kPlaces)), kLeast);
+}
+
 }  // namespace
 
 Emitters::Emitters(const PreparedScene::Data& data, const std::function<bool()>& stopped) : data_(data) {
   if (shiningTriangles(data) > kMostEmitters) return;
   double power = 0;
-  for (size_t i = 0; i < data.placements.size(); ++i) {
-    const Placement& placement = data.placements[i];
-    if (!shines(placement)) continue;
-    const float bright = brightness(*placement.material);
+  for (const Placement& placement : data.placements) {
+    const auto number = static_cast<uint32_t>(firstOf_.size());
+    firstOf_.push_back(static_cast<uint32_t>(triangles_.size()));
     if (stopped()) throw RenderStopped();
+    if (!shines(placement)) continue;
     for (uint32_t t = 0; t < placement.mesh->indices.size() / 3; ++t) {
       if (t % kTrianglesBetweenStops == kTrianglesBetweenStops - 1 && stopped()) throw RenderStopped();
-      const float area = 0.5F * length(placement.triangle(t).normal());
-      if (!(area > 0 && area < 1e30F)) continue;
-      power += static_cast<double>(area) * bright;
-      triangles_.push_back({static_cast<uint32_t>(i), t, static_cast<float>(power)});
+      add(number, t, power);
     }
   }
   power_ = static_cast<float>(power);
-  if (!(power_ < 1e30F)) triangles_.clear();
+  if (!(power_ > 0 && power_ < 1e30F)) triangles_.clear();
 }
 
-float Emitters::densityOf(const Material& material) const {
-  return triangles_.empty() ? 0 : brightness(material) / power_;
+void Emitters::add(uint32_t placement, uint32_t triangle, double& power) {
+  const Placement& p = data_.placements[placement];
+  const float area = 0.5F * length(p.triangle(triangle).normal());
+  const bool usable = area > 0 && area < 1e30F;
+  const float density = usable ? brightness(*p.material) * textureBrightness(data_.textures, p, triangle) : 0;
+  power += static_cast<double>(area) * density;
+  triangles_.push_back({placement, triangle, static_cast<float>(power), density});
+}
+
+float Emitters::densityOf(const Hit& hit) const {
+  if (triangles_.empty() || !shines(data_.placements[hit.placement])) return 0;
+  return triangles_[firstOf_[hit.placement] + hit.triangle].density / power_;
 }
 
 EmitterPoint Emitters::choose(float choice, Vec2 u) const {
@@ -62,7 +86,7 @@ EmitterPoint Emitters::choose(float choice, Vec2 u) const {
   point.position = point.place.blend(corners.a, corners.b, corners.c);
   point.normal = normalize(placement.front(corners));
   point.bothSides = placement.material->doubleSided;
-  point.density = densityOf(*placement.material);
+  point.density = found->density / power_;
   point.placement = &placement;
   return point;
 }

@@ -41,7 +41,10 @@ class Reader {
     m.metallic = unit(material_.metallic * factors.z);
     m.roughness = unit(material_.roughness * factors.y);
     if (material_.occlusionTexture) {
-      m.occlusion = unit(1 + material_.occlusionStrength * (texel(material_.occlusionTexture).x - 1));
+      // Most files keep it in the first channel of the same picture.
+      const bool same = material_.occlusionTexture == material_.metallicRoughnessTexture;
+      const float open = same ? factors.x : texel(material_.occlusionTexture).x;
+      m.occlusion = unit(1 + material_.occlusionStrength * (open - 1));
     }
     if (!isBlack(material_.emissive)) m.emitted = material_.emissive * color(material_.emissiveTexture);
   }

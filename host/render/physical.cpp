@@ -109,32 +109,34 @@ class PathTracer {
         }
         ++surfaces;
         layers = 0;
-        if (!scatter(surface, ray, hit.t, chance.y, surfaces)) break;
+        // What passed the alpha test is evenly spread below alpha.
+        if (!scatter(surface, ray, hit, {chance.x / std::min(surface.baseColor.w, 1.0F), chance.y}, surfaces))
+          break;
       }
       return light_;
     }
 
    private:
     /// Adds what shines and what is lit at a surface, and turns the ray into its next part. False at the end.
-    bool scatter(const Surface& surface, Ray& ray, float distance, float choice, int surfaces) {
+    bool scatter(const Surface& surface, Ray& ray, const Hit& hit, Vec2 chance, int surfaces) {
       const MaterialPoint material = materialAt(r_.data_.textures, surface);
       if (surface.material->unlit) {
         add(material.color, surfaces - 1);
         return false;
       }
-      addEmission(surface, material, ray, distance, surfaces);
+      addEmission(surface, material, ray, hit, surfaces);
       if (surfaces > r_.request_.path.depth) return false;
       const Bsdf bsdf(material, surface, -ray.direction);
       addLamp(surface, bsdf, surfaces);
       addEmitter(surface, bsdf, surfaces);
 
-      const auto next = bsdf.sample(choice, sampler_.pair());
+      const auto next = bsdf.sample(chance.y, sampler_.pair());
       if (!next) return false;
       throughput_ = throughput_ * next->weight;
-      if (!survives(surfaces)) return false;
+      if (!survives(chance.x, surfaces)) return false;
       if (next->through && !material.thin) absorption_ = surface.front ? material.absorption : Vec3{};
       density_ = next->density;
-      const float width = ray.widthAt(distance);
+      const float width = ray.widthAt(hit.t);
       const float spread = ray.spread + 0.5F * next->roughness * next->roughness;
       ray = leaving(surface, surface.position, next->toLight);
       ray.width = width;
@@ -143,12 +145,12 @@ class PathTracer {
     }
 
     /// Paths that bring little end by chance; those that go on stand for them.
-    bool survives(int surfaces) {
+    bool survives(float u, int surfaces) {
       const float most = largest(throughput_);
       if (!(most > 0 && most < 1e30F)) return false;
       if (surfaces < kSureSurfaces || most >= 1) return true;
       const float chance = std::max(most, 0.05F);
-      if (sampler_.pair().x >= chance) return false;
+      if (u >= chance) return false;
       throughput_ = throughput_ * (1 / chance);
       return true;
     }
@@ -161,31 +163,30 @@ class PathTracer {
       light_ = light_ + seen;
     }
 
-    void addEmission(const Surface& surface, const MaterialPoint& material, const Ray& ray, float distance,
+    void addEmission(const Surface& surface, const MaterialPoint& material, const Ray& ray, const Hit& hit,
                      int surfaces) {
       if (isBlack(material.emitted)) return;
       float weight = 1;
       if (surfaces > 1 && density_ > 0) {
         const float cosine = std::max(std::abs(dot(surface.geometric, ray.direction)), 1e-6F);
-        const float area = r_.emitters_.densityOf(*surface.material) * distance * distance / cosine;
+        const float area = r_.emitters_.densityOf(hit) * hit.t * hit.t / cosine;
         weight = powerHeuristic(density_, area);
       }
       add(material.emitted * weight, surfaces - 1);
     }
 
-    /// Light of one lamp, chosen among a few by what it would bring with nothing in between.
+    /// Light of one lamp, chosen among a few by how bright it is there with nothing in between.
     void addLamp(const Surface& surface, const Bsdf& bsdf, int surfaces) {
       const std::vector<Lamp>& lamps = r_.lights_.lamps;
       if (lamps.empty()) return;
       struct Candidate {
-        Vec3 value;
-        Vec3 direction;
-        float distance;
+        Illumination light;
+        float likely;
         float upTo;
       };
       std::array<Candidate, kLampCandidates> candidates;
       const size_t count = std::min(lamps.size(), kLampCandidates);
-      const Vec2 u = sampler_.pair();
+      const Vec2 u = lamps.size() > 1 ? sampler_.pair() : Vec2{};
       const auto first = static_cast<size_t>(u.x * static_cast<float>(lamps.size()));
       size_t used = 0;
       float sum = 0;
@@ -194,22 +195,25 @@ class PathTracer {
         const size_t lamp = lamps.size() == count ? i : (first + i * lamps.size() / count) % lamps.size();
         const auto light = lamps[lamp].at(surface.position);
         if (!light) continue;
-        // Lamps are measured by what a white matt surface reflects: 1/pi of what arrives.
-        const Vec3 value = bsdf.evaluate(light->direction).value * light->radiance * kPi;
-        if (isBlack(value)) continue;
-        sum += largest(value);
-        candidates[used++] = {value, light->direction, light->distance, sum};
+        const float cosine = dot(light->direction, surface.normal);
+        if (!(cosine > 0)) continue;
+        // Not by the cosine alone, since a gloss is brightest where light grazes.
+        const float likely = largest(light->radiance) * (0.25F + cosine);
+        sum += likely;
+        candidates[used++] = {*light, likely, sum};
       }
       if (!(sum > 0 && sum < 1e30F)) return;
       size_t chosen = 0;
       while (chosen + 1 < used && candidates[chosen].upTo <= u.y * sum) ++chosen;
       const Candidate& lamp = candidates[chosen];
-      const float scale =
-          sum / largest(lamp.value) * static_cast<float>(lamps.size()) / static_cast<float>(count);
-      Ray ray = leaving(surface, surface.litFrom, lamp.direction);
-      ray.tfar = lamp.distance * 0.9999F - surface.clearance;
+      const float scale = sum / lamp.likely * static_cast<float>(lamps.size()) / static_cast<float>(count);
+      // Lamps are measured by what a white matt surface reflects: 1/pi of what arrives.
+      const Vec3 value = bsdf.evaluate(lamp.light.direction).value * lamp.light.radiance * (kPi * scale);
+      if (isBlack(value)) return;
+      Ray ray = leaving(surface, surface.litFrom, lamp.light.direction);
+      ray.tfar = lamp.light.distance * 0.9999F - surface.clearance;
       const Vec3 passing = r_.data_.lampLight(ray, r_.log_);
-      if (!isBlack(passing)) add(lamp.value * passing * scale, surfaces);
+      if (!isBlack(passing)) add(value * passing, surfaces);
     }
 
     void addEmitter(const Surface& surface, const Bsdf& bsdf, int surfaces) {
@@ -224,7 +228,7 @@ class PathTracer {
       const Vec3 direction = towards * (1 / distance);
       float cosine = -dot(point.normal, direction);
       if (point.bothSides) cosine = std::abs(cosine);
-      if (!(cosine > 1e-6F)) return;
+      if (!(cosine > 1e-6F && point.density > 0)) return;
       const Scattering s = bsdf.evaluate(direction);
       if (isBlack(s.value)) return;
       const float density = point.density * square / cosine;

@@ -10,7 +10,7 @@ namespace host {
 
 /// Sobol's first two dimensions, scrambled after Owen and shuffled anew for each pair of numbers. (B. Burley,
 /// "Practical Hash-based Owen Scrambling", JCGT 9(4), 2020; the hash that scrambles is S. Laine's and T.
-/// Karras's, with the constants of N. Vegdahl.)
+/// Karras's, with the constants of N. Vegdahl.) Late pairs of a sample are merely random.
 class PixelSampler {
  public:
   PixelSampler(int x, int y);
@@ -21,6 +21,8 @@ class PixelSampler {
   Vec2 pair();
 
  private:
+  Vec2 planned() const;
+
   uint32_t seed_;
   uint32_t reversedIndex_ = 0;
   uint32_t pair_ = 0;
