@@ -178,10 +178,12 @@ TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
 /// A square of 8 by 8 cells, half a metre each.
 Mesh cellsMesh() {
   Mesh mesh;
-  for (int i = 0; i < 81; ++i) {
-    const float u = static_cast<float>(i % 9) / 8, v = static_cast<float>(i / 9) / 8;
-    mesh.positions.push_back({4 * u - 2, 2 - 4 * v, 0});
-    mesh.texCoords[0].push_back({u, v});
+  for (int row = 0; row < 9; ++row) {
+    for (int column = 0; column < 9; ++column) {
+      const Vec2 uv{static_cast<float>(column) / 8, static_cast<float>(row) / 8};
+      mesh.positions.push_back({4 * uv.x - 2, 2 - 4 * uv.y, 0});
+      mesh.texCoords[0].push_back(uv);
+    }
   }
   for (uint32_t i = 0; i < 72; ++i) {
     if (i % 9 < 8) mesh.indices.insert(mesh.indices.end(), {i, i + 9, i + 10, i, i + 10, i + 1});

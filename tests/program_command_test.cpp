@@ -307,12 +307,14 @@ TEST_F(ProgramCommand, RendersWithOtherSettingsThanTheScenes) {
   EXPECT_NE(rendered({"--size", "24x12"}), plain);
   const std::string bright = rendered({"--set", "7102=1", "--set", "7103=9.5"});
   EXPECT_NE(bright, plain);
-  EXPECT_EQ(rendered({"--set", "7102=1", "--set", "7103=9.5", "--post", "1001015:1000=0.9"}), bright)
-      << "a post that is switched off does nothing";
+  const std::string glowing =
+      rendered({"--set", "7102=1", "--set", "7103=9.5", "--post", "1001015:1000=0.5"});
+  EXPECT_NE(glowing, bright) << "a post that the command line sets is switched on";
   writeTinyScene(scene, {.renderer = 0});
-  EXPECT_NE(
-      rendered({"--set", "7102=1", "--set", "7103=9.5", "--set", "7101=true", "--post", "1001015:1001=0.2"}),
-      bright);
+  EXPECT_EQ(rendered({"--set", "7102=1", "--set", "7103=9.5"}), bright) << "one that is off does nothing";
+  EXPECT_EQ(rendered({"--set", "7102=1", "--set", "7103=9.5", "--post", "1001015:1000=0.5"}), glowing);
+  EXPECT_NE(rendered({"--set", "7102=1", "--set", "7103=0.9"}),
+            rendered({"--set", "7102=1", "--set", "7103=0.9", "--set", "7101=false"}));
 
   for (const Words& wrong : std::vector<Words>{{"--renderer", "foo"},
                                                {"--size", "3"},
@@ -320,6 +322,8 @@ TEST_F(ProgramCommand, RendersWithOtherSettingsThanTheScenes) {
                                                {"--size", "99999x3"},
                                                {"--set", "x=1"},
                                                {"--set", "1=x"},
+                                               {"--set", "5300=1.5"},
+                                               {"--set", "7100=nan"},
                                                {"--set", "1"},
                                                {"--post", "1=2"},
                                                {"--post", "a:1=2"}}) {

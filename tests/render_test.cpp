@@ -299,6 +299,20 @@ TEST(RenderLight, ExposureIsAFactorOrMeteredInCoarseSteps) {
   around.lights = {lamp};
   EXPECT_LT(center(render(around, RendererId::Standard, 4, 4)).g, 250);
 
+  // One that does not reach the scene darkens nothing.
+  Light strong;
+  strong.position = {0, 0, 30};
+  strong.intensity = 1e9F;
+  strong.range = 5;
+  Scene beside = wallScene();
+  beside.lights = {sun({0, 0, -1}), strong};
+  EXPECT_NEAR(lampLight(beside) / once, 1, 0.05F);
+  strong.range = 0;
+  strong.kind = Light::Kind::Spot;
+  strong.direction = {0, 0, 1};
+  beside.lights[1] = strong;
+  EXPECT_NEAR(lampLight(beside) / once, 1, 0.05F);
+
   RenderRequest request;
   request.width = request.height = 1;
   request.antialiasing = false;

@@ -174,6 +174,21 @@ TEST_P(LitRenderers, LightAWhiteSurfaceByTheCosine) {
   }
 }
 
+TEST_P(LitRenderers, GiveBackNoMoreAndNoLessThanAWhiteSkySends) {
+  // What the facets mirror is not scattered as well, whatever the index.
+  for (const float ior : {1.0F, 1.5F, 2.4F}) {
+    for (const float roughness : {0.0F, 0.6F, 1.0F}) {
+      Scene scene = orthographicScene(1, 1);
+      add(scene, squareMesh(2), matt({1, 1, 1, 1}), turned(Axis::Y, 30));
+      scene.materials[0].ior = ior;
+      scene.materials[0].roughness = roughness;
+      RenderRequest request = requestOf(4, 4);
+      request.environment = {Environment::Kind::White, 0.5F};
+      EXPECT_NEAR(linear(center(picture(scene, request)).g), 0.5F, 0.01F) << ior << " " << roughness;
+    }
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(All, LitRenderers,
                          testing::Values(RendererId::Standard, RendererId::Physical, RendererId::OpenGl));
 

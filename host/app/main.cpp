@@ -284,7 +284,7 @@ class Program {
     render->add_option("--renderer", render_.renderer, "standard, preview, physical, opengl, or an id");
     render->add_option("--size", render_.size, "WIDTHxHEIGHT in pixels");
     words("--set", render_.sets, "ID=VALUE: a render setting, over the scene's own");
-    words("--post", render_.posts, "TYPE:ID=VALUE: a setting of a video post, which is added when missing");
+    words("--post", render_.posts, "TYPE:ID=VALUE: a setting of a video post, which is added or switched on");
     render->callback([&] { action = [this] { return renderOne(services(), render_); }; });
 
     CLI::App* check = app.add_subcommand("check", "judges a result folder");

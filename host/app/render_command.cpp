@@ -1,6 +1,7 @@
 #include "host/app/render_command.h"
 
 #include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <map>
 #include <optional>
@@ -44,7 +45,7 @@ void setValue(Container& container, std::string_view id, std::string_view value,
     container.set(*number, value == "true");
   } else if (const auto integer = wholeNumber<int32_t>(value)) {
     container.set(*number, *integer);
-  } else if (const auto real = wholeNumber<double>(value)) {
+  } else if (const auto real = wholeNumber<double>(value); real && std::isfinite(*real)) {
     container.set(*number, *real);
   } else {
     throw UsageError("'" + word + "': '" + std::string(value) + "' is neither a number nor true or false");
@@ -82,6 +83,12 @@ Overrides readOverrides(const RenderOrder& order) {
   if (!order.renderer.empty()) overrides.settings.set(render_setting::kRenderer, rendererId(order.renderer));
   if (!order.size.empty()) setSize(overrides.settings, order.size);
   for (const std::string& word : order.sets) setPair(overrides.settings, word, 0);
+  for (const int32_t id : {render_setting::kRenderer, render_setting::kWidth, render_setting::kHeight}) {
+    const auto set = overrides.settings.values().find(id);
+    if (set != overrides.settings.values().end() && !std::holds_alternative<int32_t>(set->second)) {
+      throw UsageError("setting " + std::to_string(id) + " is a whole number");
+    }
+  }
   for (const std::string& word : order.posts) {
     const size_t colon = word.find(':');
     const auto type = wholeNumber<int32_t>(std::string_view(word).substr(0, std::min(colon, word.size())));
@@ -97,7 +104,11 @@ void merge(const Container& over, Container& container) {
 
 void apply(const Overrides& overrides, Document& document) {
   merge(overrides.settings, document.renderSettings());
-  for (const auto& [type, settings] : overrides.posts) merge(settings, document.videoPost(type).parameters);
+  for (const auto& [type, settings] : overrides.posts) {
+    VideoPost& post = document.videoPost(type);
+    post.flags &= ~kVideoPostOff;  // who sets something of it wants to see it
+    merge(settings, post.parameters);
+  }
 }
 
 void render(HostServices& services, Document& document, Bitmap& bitmap) {

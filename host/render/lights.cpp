@@ -42,8 +42,7 @@ float metered(const std::vector<Light>& lights, const Bounds& box) {
   const float radius = length(box.high - box.low) * 0.5F;
   std::vector<Illumination> all;
   all.reserve(lights.size());
-  for (const Light& light : lights)
-    all.push_back(Lamp(light, 1).metered(center, std::max(radius * 0.5F, 1e-3F)));
+  for (const Light& light : lights) all.push_back(Lamp(light, 1).metered(center, radius));
 
   float brightest = 0;
   for (size_t i = 0; i < std::min(all.size(), kMeteredDirections); ++i) {
@@ -105,12 +104,23 @@ std::optional<Illumination> Lamp::at(Vec3 point) const {
   return Illumination{direction, distance, intensity_ * share};
 }
 
-Illumination Lamp::metered(Vec3 point, float minDistance) const {
+Illumination Lamp::metered(Vec3 center, float radius) const {
   if (light_.kind == Light::Kind::Directional) return {-light_.direction, kFarAway, intensity_};
-  const Vec3 towards = light_.position - point;
-  const float distance = std::max(length(towards), minDistance);
+  const Vec3 towards = light_.position - center;
+  const float away = length(towards);
   // A lamp in the very middle shines from everywhere; any direction will do.
-  return {unitOr(towards, {0, 1, 0}), distance, intensity_ * (1 / (distance * distance))};
+  const Vec3 direction = unitOr(towards, {0, 1, 0});
+  const float distance = std::max({away, radius * 0.5F, 1e-3F});
+  const bool reaches =
+      !(light_.range > 0 && away - radius > light_.range) && !missesBall(direction, away, radius);
+  return {direction, distance, intensity_ * (reaches ? 1 / (distance * distance) : 0)};
+}
+
+/// Whether a spot's cone passes by a ball that is seen from it in the direction opposite to `toLamp`.
+bool Lamp::missesBall(Vec3 toLamp, float away, float radius) const {
+  if (light_.kind != Light::Kind::Spot || away <= radius) return false;
+  const float aside = std::acos(std::clamp(-dot(toLamp, light_.direction), -1.0F, 1.0F));
+  return aside - std::asin(radius / away) > light_.outerCone;
 }
 
 Vec3 Sky::radiance(Vec3 direction, float blur) const {

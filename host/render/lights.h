@@ -22,8 +22,9 @@ class Lamp {
   /// What arrives at `point` with nothing in between; no value where the lamp does not shine.
   std::optional<Illumination> at(Vec3 point) const;
 
-  /// Luminance at `point`, which is taken to lie in the middle of a spot's cone and inside the range.
-  Illumination metered(Vec3 point, float minDistance) const;
+  /// What arrives at the centre of a ball, which is taken to lie in the middle of a spot's cone and inside
+  /// the range; black where no part of the ball does. Not nearer than half the radius.
+  Illumination metered(Vec3 center, float radius) const;
 
   // What `at` reckons with, for renderers that do so elsewhere.
   const Light& light() const { return light_; }
@@ -33,6 +34,7 @@ class Lamp {
 
  private:
   float falloff(float distance, Vec3 direction) const;
+  bool missesBall(Vec3 toLamp, float away, float radius) const;
 
   Light light_;
   Vec3 intensity_;

@@ -146,8 +146,9 @@ constexpr const char* kReflectance = R"(
 const float kSheenAlbedo = 0.157;
 
 struct Point {
-  vec3 color, emitted, mirror, sheen, normal, toViewer, coatNormal, along;
-  float metallic, roughness, occlusion, grazing, transmission, coat, coatRoughness, sheenRoughness, anisotropy;
+  vec3 color, emitted, mirror, dielectricMirror, sheen, normal, toViewer, coatNormal, along;
+  float metallic, roughness, occlusion, grazing, dielectricGrazing, transmission;
+  float coat, coatRoughness, sheenRoughness, anisotropy;
   vec3 diffuse;
   vec2 alpha;  // along and across the direction in which highlights are drawn out
   float baseShare, viewerCosine;
@@ -263,7 +264,9 @@ Point pointAt(vec4 base, vec3 toViewer, float side, vec3 geometric) {
 
   float specular = clamp(material.dielectric.w * readSpecular().a, 0.0, 1.0);
   vec3 dielectric = clamp(material.dielectric.rgb * readSpecularColor().rgb * material.optics.x, 0.0, 1.0);
-  p.mirror = mix(dielectric * specular, p.color, p.metallic);
+  p.dielectricMirror = dielectric * specular;
+  p.dielectricGrazing = specular;
+  p.mirror = mix(p.dielectricMirror, p.color, p.metallic);
   p.grazing = mix(specular, 1.0, p.metallic);
 
   p.transmission = p.coat = p.coatRoughness = p.sheenRoughness = p.anisotropy = 0.0;
@@ -304,6 +307,11 @@ Point pointAt(vec4 base, vec3 toViewer, float side, vec3 geometric) {
   return p;
 }
 
+vec3 mirroredSky(Point p, vec3 normal, float grazing) {
+  vec3 most = max(vec3((1.0 - p.roughness) * grazing), normal);
+  return normal + (most - normal) * grazingRise(p.viewerCosine);
+}
+
 vec3 shade(inout Point p, vec3 geometric) {
   float coatShare = 0.0;
 #ifdef CLEARCOAT
@@ -315,9 +323,9 @@ vec3 shade(inout Point p, vec3 geometric) {
     Light light = lampAt(i, at.position);
     sum += ofLight(p, light.direction) * light.radiance;
   }
-  sum += (p.diffuse * p.baseShare + p.sheen * kSheenAlbedo) * p.occlusion * skyAmbient(p.normal);
-  vec3 most = max(vec3((1.0 - p.roughness) * p.grazing), p.mirror);
-  vec3 share = (p.mirror + (most - p.mirror) * grazingRise(p.viewerCosine)) * p.baseShare;
+  vec3 enters = 1.0 - mirroredSky(p, p.dielectricMirror, p.dielectricGrazing);
+  sum += (p.diffuse * enters * p.baseShare + p.sheen * kSheenAlbedo) * p.occlusion * skyAmbient(p.normal);
+  vec3 share = mirroredSky(p, p.mirror, p.grazing) * p.baseShare;
   sum += share * p.occlusion * skyRadiance(mirrorDirection(p, mirrorNormal(p), geometric), p.roughness);
 #ifdef CLEARCOAT
   sum += coatShare * p.occlusion * skyRadiance(mirrorDirection(p, p.coatNormal, geometric), p.coatRoughness);

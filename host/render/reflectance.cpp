@@ -107,15 +107,18 @@ float Reflectance::sheenLobe(Vec3 toLight, Vec3 half) const {
 }
 
 Vec3 Reflectance::ofSkylight() const {
-  return (diffuse_ * baseShare_ + m_.sheen * kSheenAlbedo) * m_.occlusion;
+  const Vec3 enters = grey(1) - mirroredSky(m_.dielectricMirror, m_.dielectricGrazing);
+  return (diffuse_ * enters * baseShare_ + m_.sheen * kSheenAlbedo) * m_.occlusion;
 }
 
-Vec3 Reflectance::ofMirror() const {
-  const float smooth = (1 - m_.roughness) * m_.grazing;
-  const Vec3 most{std::max(smooth, m_.mirror.x), std::max(smooth, m_.mirror.y),
-                  std::max(smooth, m_.mirror.z)};
-  return (m_.mirror + (most - m_.mirror) * grazingRise(viewerCosine_)) * baseShare_;
+/// What facets with these two reflectances mirror of a sky that is the same all around.
+Vec3 Reflectance::mirroredSky(Vec3 normal, float grazing) const {
+  const float smooth = (1 - m_.roughness) * grazing;
+  const Vec3 most{std::max(smooth, normal.x), std::max(smooth, normal.y), std::max(smooth, normal.z)};
+  return normal + (most - normal) * grazingRise(viewerCosine_);
 }
+
+Vec3 Reflectance::ofMirror() const { return mirroredSky(m_.mirror, m_.grazing) * baseShare_; }
 
 float Reflectance::ofCoat() const {
   const float rise = grazingRise(dot(m_.clearcoatNormal, toViewer_)) * (1 - m_.clearcoatRoughness);

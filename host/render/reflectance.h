@@ -38,6 +38,7 @@ class Reflectance {
   float coatLobe(Vec3 toLight, Vec3 half) const;
   float sheenLobe(Vec3 toLight, Vec3 half) const;
   Vec3 fresnel(float cosine) const;
+  Vec3 mirroredSky(Vec3 normal, float grazing) const;
 
   const MaterialPoint& m_;
   Vec3 normal_, toViewer_;

@@ -12,9 +12,11 @@
 namespace host {
 namespace {
 
-constexpr int kMaxMirrors = 3;          // one in another
-constexpr int kMaxPanes = 10;           // surfaces of glass one behind another
-constexpr int kMaxLayers = 32;          // blended surfaces one behind another
+constexpr int kMaxMirrors = 3;   // one in another
+constexpr int kMaxPanes = 10;    // surfaces of glass one behind another
+constexpr int kMaxLayers = 256;  // blended surfaces one behind another
+constexpr size_t kLampsBetweenStops = 4096;
+constexpr float kLeastPassing = 1e-3F;  // through blended surfaces; what is behind may be a lamp
 constexpr float kLeastWeight = 0.02F;   // a ray that can change the pixel less than this is not traced
 constexpr float kLeastSkylight = 0.3F;  // of the ambient light, where none of the sky is seen
 
@@ -94,6 +96,7 @@ class Standard {
   Standard(const PreparedScene::Data& data, const RenderRequest& request, RayLog* log)
       : data_(data),
         log_(log),
+        stopped_(request.stopped),
         camera_(data.scene, request.width, request.height),
         lights_(data.scene, data.bounds(), request),
         samples_(request.antialiasing ? 4 : 1),
@@ -125,7 +128,7 @@ class Standard {
     Vec3 sum;
     float passing = 1;
     Hit hit;
-    for (int layer = 0; layer < kMaxLayers && passing > kLeastWeight; ++layer) {
+    for (int layer = 0; layer < kMaxLayers && passing > kLeastPassing; ++layer) {
       if (!data_.nearest(ray, hit, log_)) break;
       const Surface surface = surfaceAt(data_, ray, hit);
       const float coverage = std::clamp(surface.baseColor.w, 0.0F, 1.0F);
@@ -158,7 +161,7 @@ class Standard {
       if (surface_.material->unlit) return material_.color;
       const float skylight = skylightFrom(surface_.normal);
       Vec3 sum = material_.emitted;
-      for (const Lamp& lamp : r_.lights_.lamps) sum = sum + lampLight(lamp);
+      sum = sum + lampsLight();
       sum = sum + reflectance_.ofSkylight() * r_.lights_.sky.ambient(surface_.normal) * skylight;
       sum =
           sum + mirrorLight(reflectance_.mirrored(), material_.roughness, skylight, reflectance_.ofMirror());
@@ -168,6 +171,16 @@ class Standard {
     }
 
    private:
+    Vec3 lampsLight() const {
+      Vec3 sum;
+      size_t seen = 0;
+      for (const Lamp& lamp : r_.lights_.lamps) {
+        if (++seen % kLampsBetweenStops == 0 && r_.stopped_()) throw RenderStopped();
+        sum = sum + lampLight(lamp);
+      }
+      return sum;
+    }
+
     Vec3 lampLight(const Lamp& lamp) const {
       const auto light = lamp.at(surface_.position);
       if (!light) return {};
@@ -253,6 +266,7 @@ class Standard {
 
   const PreparedScene::Data& data_;
   RayLog* log_;
+  const std::function<bool()> stopped_;
   CameraRays camera_;
   SceneLights lights_;
   int samples_;
