@@ -147,20 +147,31 @@ TEST(PhysicalLight, ALampInABallLightsItEvenly) {
   EXPECT_NEAR(meanOf(trace(scene, request)).x, direct, 0.005F) << "one surface: direct light alone";
 }
 
-TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
-  // Half a side of one metre, one metre above: the differential form factor of four parallel rectangles.
+/// A grey floor, seen from close above, and one metre over it a panel that shines down.
+Scene floorUnder(Mesh panel, Material shining) {
   Scene scene = orthographicScene(0.02F, 0.02F);
-  scene.camera->transform = moved({0, 3, 0}) * turned(Axis::X, -90);
+  scene.camera->transform = moved({0, 0.9F, 0}) * turned(Axis::X, -90);
   Material floor = matt({0.5F, 0.5F, 0.5F, 1});
   floor.specular = 0;
   add(scene, squareMesh(5), floor, turned(Axis::X, -90));
-  Material panel = matt({0, 0, 0, 1});
-  panel.specular = 0;
-  panel.emissive = {2, 1, 0.5F};
-  add(scene, squareMesh(0.5F), panel,
-      moved({0, 1, 0}) * turned(Axis::X, 90));  // shines down, unseen from above
+  shining.baseColor = {0, 0, 0, 1};
+  shining.specular = 0;
+  add(scene, std::move(panel), shining, moved({0, 1, 0}) * turned(Axis::X, 90));
+  return scene;
+}
+
+/// Of the floor's light, what a square of one metre above it sends: four parallel rectangles seen from the
+/// corner.
+float squaresFactor() {
   const float a = 0.5F / std::sqrt(1.25F);
-  const float factor = 4 / 3.14159265F * a * std::atan(a);
+  return 4 / 3.14159265F * a * std::atan(a);
+}
+
+TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
+  Material panel = matt({0, 0, 0, 1});
+  panel.emissive = {2, 1, 0.5F};
+  Scene scene = floorUnder(squareMesh(0.5F), panel);
+  const float factor = squaresFactor();
   RenderRequest request = requestOf(4, 4, 256);
   request.environment.strength = 0;
   const Vec3 light = meanOf(trace(scene, request));
@@ -193,23 +204,16 @@ Mesh cellsMesh() {
 
 TEST(PhysicalLight, OfADarkPanelTheSpotThatShinesIsSought) {
   // The square of the test above, as the middle of a picture that is black else.
-  Scene scene = orthographicScene(0.02F, 0.02F);
-  scene.camera->transform = moved({0, 0.9F, 0}) * turned(Axis::X, -90);
-  Material floor = matt({0.5F, 0.5F, 0.5F, 1});
-  floor.specular = 0;
-  add(scene, squareMesh(5), floor, turned(Axis::X, -90));
   Material panel = matt({0, 0, 0, 1});
-  panel.specular = 0;
   panel.emissive = {1, 1, 1};
+  panel.emissiveTexture.texture = 0;
+  Scene scene = floorUnder(cellsMesh(), panel);
   std::vector<uint8_t> texels(64);
   for (const int lit : {27, 28, 35, 36}) texels[lit] = 255;
-  panel.emissiveTexture.texture =
-      addTexture(scene, 8, 8, 1, texels, {-1, Wrap::Clamp, Wrap::Clamp, true, false, false});
-  add(scene, cellsMesh(), panel, moved({0, 1, 0}) * turned(Axis::X, 90));
+  addTexture(scene, 8, 8, 1, texels, {-1, Wrap::Clamp, Wrap::Clamp, true, false, false});
   RenderRequest request = requestOf(4, 4, 256);
   request.environment.strength = 0;
-  const float a = 0.5F / std::sqrt(1.25F);
-  EXPECT_NEAR(meanOf(trace(scene, request)).x, 0.5F * 4 / 3.14159265F * a * std::atan(a), 0.004F);
+  EXPECT_NEAR(meanOf(trace(scene, request)).x, 0.5F * squaresFactor(), 0.004F);
   // A sixteenth of the panel: who looks anywhere on it finds nothing in most pixels.
   request.path.samples = 4;
   const Image few = trace(scene, request);

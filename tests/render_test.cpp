@@ -93,9 +93,15 @@ TEST(RenderCoverage, NearAndFarPlanesCutThingsOff) {
   EXPECT_EQ(covered(scene, RendererId::Preview, 10, 10), 0);
 }
 
-TEST(RenderCoverage, InstancesAreTurnedScaledAndMirrored) {
+// Small meshes are carried into the world, large ones are trees of their own.
+class RenderInstances : public testing::TestWithParam<bool> {
+ protected:
+  static Mesh square(float half) { return GetParam() ? heavy(squareMesh(half)) : squareMesh(half); }
+};
+
+TEST_P(RenderInstances, AreTurnedScaledAndMirrored) {
   Scene scene = orthographicScene(4, 4);
-  add(scene, squareMesh(0.5F), matt({1, 0, 0, 1}), moved({-2, 2, 0}));
+  add(scene, square(0.5F), matt({1, 0, 0, 1}), moved({-2, 2, 0}));
   EXPECT_EQ(covered(scene, RendererId::Standard, 80, 80), 100);
   scene.instances.push_back({0, moved({2, 2, 0}) * scaled({2, 1, 1})});
   EXPECT_EQ(covered(scene, RendererId::Standard, 80, 80), 300);
@@ -108,9 +114,9 @@ TEST(RenderCoverage, InstancesAreTurnedScaledAndMirrored) {
   EXPECT_NEAR(covered(scene, RendererId::Standard, 80, 80), 800, 20);
 }
 
-TEST(RenderCoverage, InstancesHaveTheirOwnMaterialAndTurnedNormals) {
+TEST_P(RenderInstances, HaveTheirOwnMaterialAndTurnedNormals) {
   Scene scene = orthographicScene(2, 2);
-  Mesh mesh = squareMesh(0.8F);
+  Mesh mesh = square(0.8F);
   mesh.normals.assign(4, {0, 0, 1});
   add(scene, mesh, matt({1, 0, 0, 1}), moved({-1, 1, 0}));
   add(scene, mesh, matt({0, 1, 0, 1}), moved({1, 1, 0}));
@@ -123,6 +129,8 @@ TEST(RenderCoverage, InstancesHaveTheirOwnMaterialAndTurnedNormals) {
   // The head light's cosine is a half; the rest is even light.
   EXPECT_NEAR(linear(at(render(scene, RendererId::Preview, 9, 9), 2, 6).r), 0.575F, 0.01F);
 }
+
+INSTANTIATE_TEST_SUITE_P(SmallAndLarge, RenderInstances, testing::Bool());
 
 TEST(RenderCoverage, SingleSidedTrianglesAreSeenFromTheFrontOnly) {
   for (const RendererId renderer : kRenderers) {
@@ -145,7 +153,7 @@ TEST(RenderCoverage, TwoSingleSidedTrianglesBackToBackHideNothing) {
       Scene scene = orthographicScene(1, 1);
       Mesh mesh = squareMesh(1);
       mesh.indices = {0, 1, 2, 0, 2, 3, 2, 1, 0, 3, 2, 0};
-      add(scene, mesh, matt({1, 0, 0, 1}));
+      add(scene, instanced ? heavy(mesh) : mesh, matt({1, 0, 0, 1}));
       if (instanced) scene.instances.push_back({0, moved({0, 0, -5})});
       EXPECT_EQ(covered(scene, renderer, 8, 8), 64);
       scene.instances[0].transform = turned(Axis::Y, 180);

@@ -73,7 +73,7 @@ TEST_P(Renderers, CoverWhatTheSceneCovers) {
   EXPECT_NEAR(redPart(orthographic, 64), 4.0 / 64, 0.002) << "2 x 2 metres of 8 x 8";
 
   Scene turn = orthographicScene(2, 2);
-  add(turn, squareMesh(0.5F), unlit({1, 0, 0, 1}), turned(Axis::Z, 30) * scaled({2, 1.5F, 1}));
+  add(turn, heavy(squareMesh(0.5F)), unlit({1, 0, 0, 1}), turned(Axis::Z, 30) * scaled({2, 1.5F, 1}));
   EXPECT_NEAR(redPart(turn, 64), 3.0 / 16, 0.004) << "a turned and scaled instance";
   if (GetParam() != RendererId::Preview) {  // whose own light shades it
     turn.instances[0].transform = turned(Axis::Y, 60) * scaled({2, 2, 1});

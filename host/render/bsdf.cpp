@@ -13,7 +13,6 @@ constexpr float kLeastCosine = 1e-3F;
 constexpr float kCoatMirror = 0.04F;
 
 Vec3 grey(float x) { return {x, x, x}; }
-Vec3 over(Vec3 a, Vec3 b) { return {a.x / b.x, a.y / b.y, a.z / b.z}; }
 float luminance(Vec3 c) { return 0.2126F * c.x + 0.7152F * c.y + 0.0722F * c.z; }
 float largest(Vec3 c) { return std::max({c.x, c.y, c.z}); }
 float alphaOf(float roughness) { return std::max(roughness * roughness, kLeastAlpha); }
@@ -101,28 +100,41 @@ Bsdf::Bsdf(const MaterialPoint& material, const Surface& surface, Vec3 toViewer)
 void Bsdf::weighFacets() {
   seen_ = albedoAt(viewer_.z);
   const float lost = 1 / std::max(seen_.all(), 1e-3F) - 1;
-  metalGain_ = grey(1) + m_.color * lost;
-  dielectricGain_ = grey(1) + dielectricMirror_ * lost;
-  glassGain_ = 1 + lost;
-  const LayerAlbedo mean = layersAlong_ ? between(layers_.mean(), layersAlong_->mean()) : layers_.mean();
-  const float lostOnMean = 1 / std::max(mean.all(), 1e-3F) - 1;
-  leaves_ = grey(1) - seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_;
-  meanLeaves_ =
-      grey(1) - mean.of(dielectricMirror_, dielectricGrazing_) * (grey(1) + dielectricMirror_ * lostOnMean);
-  meanLeaves_ = {std::max(meanLeaves_.x, 1e-3F), std::max(meanLeaves_.y, 1e-3F),
-                 std::max(meanLeaves_.z, 1e-3F)};
-  diffuse_ = over(m_.color * leaves_, meanLeaves_) * (dielectric_ / kPi);
+  if (metal_ > 0) {
+    metalGain_ = grey(1) + m_.color * lost;
+    byFacets_ += metal_ * luminance(seen_.of(m_.color, 1) * metalGain_);
+  }
+  if (dielectric_ > 0) weighDielectric(lost);
+  if (glass_ > 0) {
+    glassGain_ = 1 + lost;
+    const float mirror = glassMirror(viewer_.z);
+    byFacets_ += glass_ * mirror;
+    byGlass_ = glass_ * (1 - mirror) * luminance(m_.color);
+  }
 }
 
+void Bsdf::weighDielectric(float lost) {
+  dielectricGain_ = grey(1) + dielectricMirror_ * lost;
+  const Vec3 mirrored = seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_;
+  const LayerAlbedo mean = layersAlong_ ? between(layers_.mean(), layersAlong_->mean()) : layers_.mean();
+  const float lostOnMean = 1 / std::max(mean.all(), 1e-3F) - 1;
+  const Vec3 leaves = grey(1) - mirrored;
+  const Vec3 meanLeaves =
+      grey(1) - mean.of(dielectricMirror_, dielectricGrazing_) * (grey(1) + dielectricMirror_ * lostOnMean);
+  const auto part = [&](float color, float left, float onMean) {
+    return color * left * dielectric_ / (kPi * std::max(onMean, 1e-3F));
+  };
+  diffuse_ = {part(m_.color.x, leaves.x, meanLeaves.x), part(m_.color.y, leaves.y, meanLeaves.y),
+              part(m_.color.z, leaves.z, meanLeaves.z)};
+  byFacets_ += dielectric_ * luminance(mirrored);
+  byCosine_ = dielectric_ * luminance(m_.color * leaves);
+}
+
+/// Each strategy as often as it brings light.
 void Bsdf::chooseShares() {
-  const float mirror = glass_ > 0 ? glass_ * glassMirror(viewer_.z) : 0;
-  const float sheen = luminance(m_.sheen) * sheenSeen_;
-  byFacets_ =
-      underLayers_ *
-      (metal_ * luminance(seen_.of(m_.color, 1) * metalGain_) +
-       dielectric_ * luminance(seen_.of(dielectricMirror_, dielectricGrazing_) * dielectricGain_) + mirror);
-  byCosine_ = underLayers_ * dielectric_ * luminance(m_.color * leaves_) + sheen;
-  byGlass_ = underLayers_ * glass_ * (1 - glassMirror(viewer_.z)) * luminance(m_.color);
+  byFacets_ *= underLayers_;
+  byGlass_ *= underLayers_;
+  byCosine_ = underLayers_ * byCosine_ + luminance(m_.sheen) * sheenSeen_;
   byCoat_ = coatSeen_;
   const float sum = byFacets_ + byCosine_ + byGlass_ + byCoat_;
   const float share = sum > 0 ? 1 / sum : 0;

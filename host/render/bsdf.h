@@ -49,6 +49,7 @@ class Bsdf {
   static Frame frameAbout(Vec3 normal, Vec3 along);
 
   void weighFacets();
+  void weighDielectric(float lost);
   void chooseShares();
   LayerAlbedo albedoAt(float cosine) const;
   float glassMirror(float cosine) const;
@@ -79,8 +80,6 @@ class Bsdf {
   float glassGain_ = 1;
   float underLayers_ = 1;  // left to the base by sheen and coat
   Vec3 diffuse_;           // colour of the base over pi, what the facets let in included
-  Vec3 leaves_;            // part that the facets let in, by the viewer's cosine: of the dielectric
-  Vec3 meanLeaves_;
   // Shares of the strategies of sample(); they sum to 1.
   float byFacets_ = 0, byCosine_ = 0, byCoat_ = 0, byGlass_ = 0;
 };

@@ -14,6 +14,7 @@ namespace {
 
 // The library aborts the process on rays that start farther out.
 constexpr float kMaxCoordinate = 1e18F;
+constexpr size_t kFewTriangles = 4096;  // of a mesh in all its places
 
 /// Named outright, because results differ in their last bits from set to set: one that both old and new
 /// processors have gives the same pictures on most machines.
@@ -242,13 +243,18 @@ PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const st
     const Mat4& toWorld = instance.transform;
     const auto id = static_cast<unsigned>(placements.size());
     placements.push_back(
-        {alpha->mesh, alpha->material, toWorld, normalTransform(toWorld), mirrors(toWorld), 0});
+        {alpha->mesh, alpha->material, toWorld, normalTransform(toWorld), mirrors(toWorld), 0, nullptr});
     if (alpha->mesh->indices.empty()) continue;
 
-    // A mesh that stands once is carried into the world, which traces faster and allows any transform. One
-    // that stands in several places is kept once, but for copies that no ray could be carried back from.
-    if (uses[instance.mesh] == 1 || !isInvertible(toWorld)) {
-      rtcAttachGeometryByID(tree.get(), makeTriangles(*alpha->mesh, toWorld, alpha).get(), id);
+    // A mesh that stands once, or is small, is carried into the world, which traces faster and allows any
+    // transform. A large one that stands in several places is kept once, but for copies that no ray could be
+    // carried back from.
+    const size_t triangles = alpha->mesh->indices.size() / 3 * static_cast<size_t>(uses[instance.mesh]);
+    if (uses[instance.mesh] == 1 || triangles <= kFewTriangles || !isInvertible(toWorld)) {
+      const Geometry geometry = makeTriangles(*alpha->mesh, toWorld, alpha);
+      rtcAttachGeometryByID(tree.get(), geometry.get(), id);
+      placements.back().carried =
+          static_cast<const Vec3*>(rtcGetGeometryBufferData(geometry.get(), RTC_BUFFER_TYPE_VERTEX, 0));
       continue;
     }
     placements.back().magnitude = largest(column(toWorld, 3));

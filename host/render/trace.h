@@ -47,12 +47,14 @@ struct Placement {
   const Mesh* mesh = nullptr;
   const Material* material = nullptr;
   Mat4 toWorld;
-  Mat4 normalToWorld;     ///< its 3 x 3 part; results are not of unit length
-  bool mirrored = false;  ///< the transform turns counter-clockwise into clockwise
-  float magnitude = 0;    ///< of the numbers that tracing it loses precision to, metres
+  Mat4 normalToWorld;             ///< its 3 x 3 part; results are not of unit length
+  bool mirrored = false;          ///< the transform turns counter-clockwise into clockwise
+  float magnitude = 0;            ///< of the numbers that tracing it loses precision to, metres
+  const Vec3* carried = nullptr;  ///< positions in the world, where the tree has them; it owns them
 
   Triangle triangle(uint32_t index) const {
     const uint32_t* corner = &mesh->indices[3 * static_cast<size_t>(index)];
+    if (carried) return {carried[corner[0]], carried[corner[1]], carried[corner[2]]};
     const auto world = [&](uint32_t vertex) { return transformPoint(toWorld, mesh->positions[vertex]); };
     return {world(corner[0]), world(corner[1]), world(corner[2])};
   }

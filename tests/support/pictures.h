@@ -83,6 +83,13 @@ inline Mesh squareMesh(float half) {
   return mesh;
 }
 
+/// The same to look at, with so many triangles (without area) that in several places it is one tree of its
+/// own.
+inline Mesh heavy(Mesh mesh) {
+  mesh.indices.resize(mesh.indices.size() + 3 * size_t{4096});
+  return mesh;
+}
+
 /// A ball of radius 1 with smooth normals and coordinates that go three times around.
 inline Mesh sphereMesh(int rings) {
   Mesh sphere;
