@@ -308,6 +308,7 @@ TEST_F(SceneTest, NamesOnceWhatItRendersWithout) {
   gltf.root["extensionsUsed"] = {"KHR_materials_iridescence", "KHR_lights_punctual"};
   gltf.root["extensionsRequired"] = {"KHR_materials_iridescence"};
   gltf.root["extensionsUsed"].push_back("KHR_animation_pointer");
+  gltf.root["nodes"][0]["extensions"]["EXT_unlisted"] = json::object();
   const int times = gltf.accessor<float>({0}, kFloat, "SCALAR");
   gltf.root["animations"] = json::parse(R"([{"channels": [
       {"sampler": 0, "target": {"path": "pointer", "extensions": {"KHR_animation_pointer": {}}}},
@@ -316,10 +317,10 @@ TEST_F(SceneTest, NamesOnceWhatItRendersWithout) {
   gltf.root["animations"][0]["samplers"][0] = {{"input", times}, {"output", times}};
   const SceneFile file = load(gltf);
   EXPECT_EQ(file.scene.instances.size(), 2U);
-  EXPECT_EQ(file.unsupported,
-            (std::vector<std::string>{
-                "extension KHR_animation_pointer", "extension KHR_materials_iridescence, which it requires",
-                "2 animation channels (left out)", "2 primitives of points (left out)"}));
+  EXPECT_EQ(file.unsupported, (std::vector<std::string>{
+                                  "extension EXT_unlisted", "extension KHR_animation_pointer",
+                                  "extension KHR_materials_iridescence, which it requires",
+                                  "2 animation channels (left out)", "2 primitives of points (left out)"}));
 }
 
 TEST_F(SceneTest, KeepsTheTypesOfRenderSettings) {

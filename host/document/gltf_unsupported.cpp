@@ -32,10 +32,26 @@ class Phrases {
   std::vector<std::string> phrases_;
 };
 
-void addExtensions(const tinygltf::Model& model, Phrases& phrases) {
+/// Those that the file lists, and those that it uses without listing them.
+std::set<std::string> extensionsOf(const tinygltf::Model& model) {
   std::set<std::string> names(model.extensionsUsed.begin(), model.extensionsUsed.end());
   names.insert(model.extensionsRequired.begin(), model.extensionsRequired.end());
-  for (const std::string& name : names) {
+  const auto add = [&](const auto& thing) {
+    for (const auto& [name, value] : thing.extensions) names.insert(name);
+  };
+  const auto addAll = [&](const auto& things) {
+    for (const auto& thing : things) add(thing);
+  };
+  add(model);
+  addAll(model.nodes);
+  addAll(model.materials);
+  addAll(model.textures);
+  for (const tinygltf::Mesh& mesh : model.meshes) addAll(mesh.primitives);
+  return names;
+}
+
+void addExtensions(const tinygltf::Model& model, Phrases& phrases) {
+  for (const std::string& name : extensionsOf(model)) {
     const auto supported = std::find(std::begin(kSupportedExtensions), std::end(kSupportedExtensions), name);
     if (supported != std::end(kSupportedExtensions)) continue;
     const auto& required = model.extensionsRequired;
