@@ -5,7 +5,9 @@
 Adaptive sampling and denoising are off; light and camera are Vesta's: a scene without lights gets its sun and a
 pale world, a scene without camera one that looks from the front right, somewhat from above.
 """
+import json
 import math
+import struct
 import sys
 
 import bpy
@@ -62,6 +64,23 @@ def framed_camera(aspect):
     return camera
 
 
+def first_camera(scene_file):
+    """The first perspective camera of a glTF file, as its JSON has it; nothing where there is none."""
+    with open(scene_file, "rb") as file:
+        data = file.read()
+    if data[:4] == b"glTF":
+        data = data[20 : 20 + struct.unpack("<I", data[12:16])[0]]
+    return next((camera["perspective"] for camera in json.loads(data).get("cameras", []) if "perspective" in camera), None)
+
+
+def fit_camera(camera, scene_file, aspect):
+    """A picture that is narrower than the camera's own shows its whole width, and more above and below."""
+    own = first_camera(scene_file)
+    if own and own.get("aspectRatio", 0) > aspect:
+        camera.data.sensor_fit = "VERTICAL"
+        camera.data.angle = 2 * math.atan(math.tan(own["yfov"] / 2) * own["aspectRatio"] / aspect)
+
+
 def fixed_sun():
     data = bpy.data.lights.new("sun", "SUN")
     data.energy = 0.85 * math.pi
@@ -89,9 +108,11 @@ def main(scene_file, image, size, samples, depth):
     if not lit:
         fixed_sun()
     world(0.24 if lit else 0.60)
-    scene.camera = next((thing for thing in scene.objects if thing.type == "CAMERA"), None) or framed_camera(
-        width / height
-    )
+    scene.camera = next((thing for thing in scene.objects if thing.type == "CAMERA"), None)
+    if scene.camera:
+        fit_camera(scene.camera, scene_file, width / height)
+    else:
+        scene.camera = framed_camera(width / height)
     scene.render.engine = "CYCLES"
     scene.render.resolution_x, scene.render.resolution_y = width, height
     scene.render.resolution_percentage = 100
