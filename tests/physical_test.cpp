@@ -186,6 +186,28 @@ TEST(PhysicalLight, AShiningSquareLightsTheFloorByItsFormFactor) {
   EXPECT_NEAR(meanOf(trace(scene, request)).x, 0, 0.001F);
 }
 
+TEST(PhysicalLight, TwoLampsBringWhatEachBringsAlone) {
+  // A gloss made by the weaker one is neither clamped nor left to chance.
+  Scene scene = orthographicScene(0.1F, 0.1F);
+  Material metal = matt({1, 1, 1, 1});
+  metal.metallic = 1;
+  metal.roughness = 0.3F;
+  add(scene, squareMesh(1), metal);
+  RenderRequest request = requestOf(6, 6, 32);
+  request.environment.strength = 0;
+  request.exposure = 0.01F;
+  request.path.clamp = 16;
+  const auto lit = [&](const std::vector<Light>& lamps) {
+    scene.lights = lamps;
+    return meanOf(trace(scene, request)).x;
+  };
+  Light strong = sun({-1, 0, -0.5F}), weak = sun({0, 0, -1});
+  strong.intensity = 1000;
+  weak.intensity = 1;
+  const float alone = lit({strong}) + lit({weak});
+  EXPECT_NEAR(lit({strong, weak}) / alone, 1, 0.03F);
+}
+
 /// A square of 8 by 8 cells, half a metre each.
 Mesh cellsMesh() {
   Mesh mesh;

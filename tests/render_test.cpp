@@ -320,6 +320,10 @@ TEST(RenderLight, ExposureIsAFactorOrMeteredInCoarseSteps) {
   strong.direction = {0, 0, 1};
   beside.lights[1] = strong;
   EXPECT_NEAR(lampLight(beside) / once, 1, 0.05F);
+  beside.lights.assign(16, strong);
+  beside.lights.push_back(sun({0, 0, -1}));
+  beside.lights.back().intensity *= 4096;
+  EXPECT_NEAR(lampLight(beside) / once, 1, 0.05F) << "whatever their order";
 
   RenderRequest request;
   request.width = request.height = 1;

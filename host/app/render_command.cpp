@@ -86,7 +86,7 @@ Overrides readOverrides(const RenderOrder& order) {
   for (const int32_t id : {render_setting::kRenderer, render_setting::kWidth, render_setting::kHeight}) {
     const auto set = overrides.settings.values().find(id);
     if (set != overrides.settings.values().end() && !std::holds_alternative<int32_t>(set->second)) {
-      throw UsageError("setting " + std::to_string(id) + " is a whole number");
+      throw UsageError("setting " + std::to_string(id) + " is a whole number up to 2147483647");
     }
   }
   for (const std::string& word : order.posts) {

@@ -32,7 +32,7 @@ class Phrases {
   std::vector<std::string> phrases_;
 };
 
-/// Those that the file lists, and those that it uses without listing them.
+/// Those that the file lists, and those that its nodes, materials, textures and primitives use without that.
 std::set<std::string> extensionsOf(const tinygltf::Model& model) {
   std::set<std::string> names(model.extensionsUsed.begin(), model.extensionsUsed.end());
   names.insert(model.extensionsRequired.begin(), model.extensionsRequired.end());

@@ -134,7 +134,7 @@ void Bsdf::weighDielectric(float lost) {
 void Bsdf::chooseShares() {
   byFacets_ *= underLayers_;
   byGlass_ *= underLayers_;
-  byCosine_ = underLayers_ * byCosine_ + luminance(m_.sheen) * sheenSeen_;
+  byCosine_ = underLayers_ * byCosine_ + luminance(m_.sheen) * sheenSeen_ * (1 - coatSeen_);
   byCoat_ = coatSeen_;
   const float sum = byFacets_ + byCosine_ + byGlass_ + byCoat_;
   const float share = sum > 0 ? 1 / sum : 0;
@@ -200,7 +200,9 @@ Scattering Bsdf::evaluate(Vec3 toLight) const {
   }
   if (dielectric_ > 0) s.value = s.value + baseDiffuse(light) * light.z;
   s.value = s.value * underLayers_;
-  if (largest(m_.sheen) > 0) s.value = s.value + m_.sheen * sheenValue(viewer_, light, m_.sheenRoughness);
+  if (largest(m_.sheen) > 0) {
+    s.value = s.value + m_.sheen * (sheenValue(viewer_, light, m_.sheenRoughness) * (1 - coatSeen_));
+  }
   s.density += byCosine_ * light.z / kPi;
   if (m_.clearcoat > 0) {
     s.value = s.value + grey(coatFacets(toLight));

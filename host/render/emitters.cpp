@@ -26,20 +26,21 @@ size_t shiningTriangles(const PreparedScene::Data& data) {
 }
 
 /// The mean over a triangle, roughly; never nothing, since a bright spot may lie between the places read.
-float textureBrightness(const Textures& textures, const Placement& placement, uint32_t triangle) {
+float brightnessOf(const Textures& textures, const Placement& placement, uint32_t triangle) {
   constexpr float kLeast = 0.01F;
   constexpr Vec2 kPlaces[] = {
       {1 / 3.0F, 1 / 3.0F}, {1 / 6.0F, 1 / 6.0F}, {2 / 3.0F, 1 / 6.0F}, {1 / 6.0F, 2 / 3.0F}};
-  const TextureUse& use = placement.material->emissiveTexture;
-  if (!use) return 1;
+  const Material& material = *placement.material;
+  if (!material.emissiveTexture) return brightness(material);
   float sum = 0;
   for (const Vec2 place : kPlaces) {
     TrianglePoint point(*placement.mesh, triangle, place.x, place.y);
     point.footprint = 0.125F;  // a quarter of the triangle
-    const Vec4 texel = textures.sample(*placement.mesh, use, point);
-    sum += std::max({texel.x, texel.y, texel.z});
+    const Vec4 texel = textures.sample(*placement.mesh, material.emissiveTexture, point);
+    const Vec3 light = material.emissive * Vec3{texel.x, texel.y, texel.z};
+    sum += std::max({light.x, light.y, light.z});
   }
-  return std::max(sum / static_cast<float>(std::size(kPlaces)), kLeast);
+  return std::max(sum / static_cast<float>(std::size(kPlaces)), kLeast * brightness(material));
 }
 
 }  // namespace
@@ -65,8 +66,8 @@ void Emitters::add(uint32_t placement, uint32_t triangle, double& power) {
   const Placement& p = data_.placements[placement];
   const float area = 0.5F * length(p.triangle(triangle).normal());
   const bool usable = area > 0 && area < 1e30F;
-  const float density = usable ? brightness(*p.material) * textureBrightness(data_.textures, p, triangle) : 0;
-  power += static_cast<double>(area) * density;
+  const float density = usable ? brightnessOf(data_.textures, p, triangle) : 0;
+  if (usable) power += static_cast<double>(area) * density;
   triangles_.push_back({placement, triangle, static_cast<float>(power), density});
 }
 

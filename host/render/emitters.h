@@ -18,7 +18,7 @@ struct EmitterPoint {
 };
 
 /// All of them; each is chosen as often as its area and its brightness say, that of its part of the texture
-/// included: of a picture that is dark but for one small lamp, the lamp. Of more than 16 million none is
+/// included: of a mesh that is dark but for one small lamp, the lamp. Of more than 16 million none is
 /// chosen, and only paths find them. Keeps a reference. Thread: any.
 class Emitters {
  public:

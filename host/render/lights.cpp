@@ -44,11 +44,16 @@ float metered(const std::vector<Light>& lights, const Bounds& box) {
   all.reserve(lights.size());
   for (const Light& light : lights) all.push_back(Lamp(light, 1).metered(center, radius));
 
+  std::vector<Illumination> facing(std::min(all.size(), kMeteredDirections));
+  std::partial_sort_copy(all.begin(), all.end(), facing.begin(), facing.end(),
+                         [](const Illumination& a, const Illumination& b) {
+                           return luminance(a.radiance) > luminance(b.radiance);
+                         });
   float brightest = 0;
-  for (size_t i = 0; i < std::min(all.size(), kMeteredDirections); ++i) {
+  for (const Illumination& towards : facing) {
     float sum = 0;
     for (const Illumination& light : all) {
-      sum += luminance(light.radiance) * std::max(0.0F, dot(all[i].direction, light.direction));
+      sum += luminance(light.radiance) * std::max(0.0F, dot(towards.direction, light.direction));
     }
     brightest = std::max(brightest, sum);
   }

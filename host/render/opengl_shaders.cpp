@@ -299,7 +299,7 @@ Point pointAt(vec4 base, vec3 toViewer, float side, vec3 geometric) {
   p.along = unitOr(along * (c * direction.x - s * direction.y) + across * (s * direction.x + c * direction.y), along);
 #endif
 
-  p.diffuse = p.color * ((1.0 - p.metallic) * (1.0 - p.transmission));
+  p.diffuse = p.color * max(1.0 - p.metallic - p.transmission, 0.0);
   p.alpha.y = alphaOf(p.roughness);
   p.alpha.x = p.alpha.y + (1.0 - p.alpha.y) * p.anisotropy * p.anisotropy;
   p.viewerCosine = max(dot(p.normal, toViewer), 0.0);
@@ -317,15 +317,16 @@ vec3 shade(inout Point p, vec3 geometric) {
 #ifdef CLEARCOAT
   coatShare = p.coat * coatMirror(dot(p.coatNormal, p.toViewer), 1.0 - p.coatRoughness);
   p.baseShare *= 1.0 - coatShare;
+  p.sheen *= 1.0 - coatShare;
 #endif
   vec3 sum = p.emitted;
   for (int i = 0; i < frame.lampCount.x; ++i) {
     Light light = lampAt(i, at.position);
     sum += ofLight(p, light.direction) * light.radiance;
   }
-  vec3 enters = 1.0 - mirroredSky(p, p.dielectricMirror, p.dielectricGrazing);
-  sum += (p.diffuse * enters * p.baseShare + p.sheen * kSheenAlbedo) * p.occlusion * skyAmbient(p.normal);
-  vec3 share = mirroredSky(p, p.mirror, p.grazing) * p.baseShare;
+  vec3 dielectric = mirroredSky(p, p.dielectricMirror, p.dielectricGrazing);
+  sum += (p.diffuse * (1.0 - dielectric) * p.baseShare + p.sheen * kSheenAlbedo) * p.occlusion * skyAmbient(p.normal);
+  vec3 share = mix(dielectric, mirroredSky(p, p.color, 1.0), p.metallic) * p.baseShare;
   sum += share * p.occlusion * skyRadiance(mirrorDirection(p, mirrorNormal(p), geometric), p.roughness);
 #ifdef CLEARCOAT
   sum += coatShare * p.occlusion * skyRadiance(mirrorDirection(p, p.coatNormal, geometric), p.coatRoughness);
@@ -351,8 +352,8 @@ void main() {
 #ifdef TRANSMISSION
   // Straight through, and dimmed by the thickness that the material says.
   float metres = material.optics.z * readThickness().g * handed.y / max(p.viewerCosine, 0.2);
-  through = (1.0 - fresnel(p, p.viewerCosine)) * p.color * (p.transmission * p.baseShare) *
-            exp(-material.absorption.rgb * metres);
+  vec3 enters = 1.0 - mirroredSky(p, p.dielectricMirror, p.dielectricGrazing);
+  through = enters * p.color * (p.transmission * p.baseShare) * exp(-material.absorption.rgb * metres);
 #endif
 #endif
   float coverage = 1.0;

@@ -167,7 +167,8 @@ class PathTracer {
                      int surfaces) {
       if (isBlack(material.emitted)) return;
       float weight = 1;
-      if (surfaces > 1 && density_ > 0) {
+      const bool choosable = surface.front || surface.material->doubleSided;
+      if (surfaces > 1 && density_ > 0 && choosable) {
         const float cosine = std::max(std::abs(dot(surface.geometric, ray.direction)), 1e-6F);
         const float area = r_.emitters_.densityOf(hit) * hit.t * hit.t / cosine;
         weight = powerHeuristic(density_, area);
@@ -175,13 +176,15 @@ class PathTracer {
       add(material.emitted * weight, surfaces - 1);
     }
 
-    /// Light of one lamp, chosen among a few by how bright it is there with nothing in between.
+    /// Light of one lamp, chosen among a few by what it would bring with nothing in between: chosen by its
+    /// own brightness alone, a gloss that a weak lamp makes would sparkle.
     void addLamp(const Surface& surface, const Bsdf& bsdf, int surfaces) {
       const std::vector<Lamp>& lamps = r_.lights_.lamps;
       if (lamps.empty()) return;
       struct Candidate {
-        Illumination light;
-        float likely;
+        Vec3 value;
+        Vec3 direction;
+        float distance;
         float upTo;
       };
       std::array<Candidate, kLampCandidates> candidates;
@@ -194,26 +197,24 @@ class PathTracer {
         // Evenly spread over a long list, from a place of chance on: each lamp is as likely as any other.
         const size_t lamp = lamps.size() == count ? i : (first + i * lamps.size() / count) % lamps.size();
         const auto light = lamps[lamp].at(surface.position);
-        if (!light) continue;
-        const float cosine = dot(light->direction, surface.normal);
-        if (!(cosine > 0)) continue;
-        // Not by the cosine alone, since a gloss is brightest where light grazes.
-        const float likely = largest(light->radiance) * (0.25F + cosine);
-        sum += likely;
-        candidates[used++] = {*light, likely, sum};
+        if (!light || !(dot(light->direction, surface.normal) > 0)) continue;
+        // Lamps are measured by what a white matt surface reflects: 1/pi of what arrives.
+        const Vec3 value = bsdf.evaluate(light->direction).value * light->radiance * kPi;
+        if (isBlack(value)) continue;
+        sum += largest(value);
+        candidates[used++] = {value, light->direction, light->distance, sum};
       }
       if (!(sum > 0 && sum < 1e30F)) return;
       size_t chosen = 0;
       while (chosen + 1 < used && candidates[chosen].upTo <= u.y * sum) ++chosen;
       const Candidate& lamp = candidates[chosen];
-      const float scale = sum / lamp.likely * static_cast<float>(lamps.size()) / static_cast<float>(count);
-      // Lamps are measured by what a white matt surface reflects: 1/pi of what arrives.
-      const Vec3 value = bsdf.evaluate(lamp.light.direction).value * lamp.light.radiance * (kPi * scale);
-      if (isBlack(value)) return;
-      Ray ray = leaving(surface, surface.litFrom, lamp.light.direction);
-      ray.tfar = lamp.light.distance * 0.9999F - surface.clearance;
+      const float scale =
+          sum / largest(lamp.value) * static_cast<float>(lamps.size()) / static_cast<float>(count);
+      Ray ray = leaving(surface, surface.litFrom, lamp.direction);
+      ray.tfar = lamp.distance * 0.9999F - surface.clearance;
       const Vec3 passing = r_.data_.lampLight(ray, r_.log_);
-      if (!isBlack(passing)) add(value * passing, surfaces);
+      // What the camera sees lit by a lamp does not sparkle, and is not clamped.
+      if (!isBlack(passing)) add(lamp.value * passing * scale, surfaces - 1);
     }
 
     void addEmitter(const Surface& surface, const Bsdf& bsdf, int surfaces) {

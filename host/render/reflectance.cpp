@@ -47,12 +47,12 @@ Reflectance::Reflectance(const MaterialPoint& material, Vec3 normal, Vec3 toView
       normal_(normal),
       toViewer_(toViewer),
       across_(cross(normal, material.along)),
-      diffuse_(material.color * ((1 - material.metallic) * (1 - material.transmission))),
+      diffuse_(material.color * std::max(1 - material.metallic - material.transmission, 0.0F)),
       acrossAlpha_(alphaOf(material.roughness)),
       viewerCosine_(std::max(dot(normal, toViewer), 0.0F)) {
   alongAlpha_ = acrossAlpha_ + (1 - acrossAlpha_) * material.anisotropy * material.anisotropy;
-  baseShare_ = 1 - kSheenAlbedo * largest(material.sheen);
-  if (material.clearcoat > 0) baseShare_ *= 1 - ofCoat();
+  if (material.clearcoat > 0) underCoat_ -= ofCoat();
+  baseShare_ = (1 - kSheenAlbedo * largest(material.sheen)) * underCoat_;
 }
 
 Vec3 Reflectance::fresnel(float cosine) const {
@@ -71,7 +71,8 @@ Vec3 Reflectance::ofLight(Vec3 toLight) const {
   const Vec3 half = normalize(toViewer_ + toLight);
   const Vec3 mirrored = fresnel(dot(toViewer_, half));
   Vec3 sum = ((grey(1) - mirrored) * diffuse_ * nl + mirrored * lobe(toLight, half)) * baseShare_;
-  if (m_.sheen.x > 0 || m_.sheen.y > 0 || m_.sheen.z > 0) sum = sum + m_.sheen * sheenLobe(toLight, half);
+  if (m_.sheen.x > 0 || m_.sheen.y > 0 || m_.sheen.z > 0)
+    sum = sum + m_.sheen * (sheenLobe(toLight, half) * underCoat_);
   if (m_.clearcoat > 0) sum = sum + grey(coatLobe(toLight, half));
   return sum;
 }
@@ -108,7 +109,7 @@ float Reflectance::sheenLobe(Vec3 toLight, Vec3 half) const {
 
 Vec3 Reflectance::ofSkylight() const {
   const Vec3 enters = grey(1) - mirroredSky(m_.dielectricMirror, m_.dielectricGrazing);
-  return (diffuse_ * enters * baseShare_ + m_.sheen * kSheenAlbedo) * m_.occlusion;
+  return (diffuse_ * enters * baseShare_ + m_.sheen * (kSheenAlbedo * underCoat_)) * m_.occlusion;
 }
 
 /// What facets with these two reflectances mirror of a sky that is the same all around.
@@ -118,7 +119,10 @@ Vec3 Reflectance::mirroredSky(Vec3 normal, float grazing) const {
   return normal + (most - normal) * grazingRise(viewerCosine_);
 }
 
-Vec3 Reflectance::ofMirror() const { return mirroredSky(m_.mirror, m_.grazing) * baseShare_; }
+Vec3 Reflectance::ofMirror() const {
+  return mix(mirroredSky(m_.dielectricMirror, m_.dielectricGrazing), mirroredSky(m_.color, 1), m_.metallic) *
+         baseShare_;
+}
 
 float Reflectance::ofCoat() const {
   const float rise = grazingRise(dot(m_.clearcoatNormal, toViewer_)) * (1 - m_.clearcoatRoughness);
@@ -129,7 +133,8 @@ Vec3 Reflectance::ofBehind() const {
   // An inside takes the colour once, on two surfaces.
   const auto tint = [&](float c) { return m_.thin ? c : std::sqrt(std::max(c, 0.0F)); };
   const Vec3 color{tint(m_.color.x), tint(m_.color.y), tint(m_.color.z)};
-  return (grey(1) - fresnel(viewerCosine_)) * color * (m_.transmission * baseShare_);
+  const Vec3 enters = grey(1) - mirroredSky(m_.dielectricMirror, m_.dielectricGrazing);
+  return enters * color * (m_.transmission * baseShare_);
 }
 
 Vec3 Reflectance::mirrored() const {

@@ -46,7 +46,8 @@ class Reflectance {
   Vec3 diffuse_;      // of the base alone
   float alongAlpha_;  // of GGX, in both directions
   float acrossAlpha_;
-  float baseShare_;  // of the light that sheen and coat leave to the base
+  float underCoat_ = 1;  // part of the light that the coat lets through
+  float baseShare_;      // that sheen and coat leave to the base
   float viewerCosine_;
 };
 

@@ -14,7 +14,8 @@ namespace {
 
 // The library aborts the process on rays that start farther out.
 constexpr float kMaxCoordinate = 1e18F;
-constexpr size_t kFewTriangles = 4096;  // of a mesh in all its places
+constexpr size_t kSmall = 4096;                    // vertices or triangles of a mesh in all its places
+constexpr size_t kMostCopied = size_t{128} << 20;  // vertices of meshes that cannot be kept once
 
 /// Named outright, because results differ in their last bits from set to set: one that both old and new
 /// processors have gives the same pictures on most machines.
@@ -237,6 +238,7 @@ PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const st
     alphaSources.push_back(std::make_unique<AlphaSource>(AlphaSource{&textures, &mesh, material}));
   }
   meshTrees.resize(scene.meshes.size());
+  size_t copied = 0;
 
   for (const Instance& instance : scene.instances) {
     AlphaSource* alpha = alphaSources[instance.mesh].get();
@@ -249,8 +251,13 @@ PreparedScene::Data::Data(const Scene& source, KernelBuild kernelBuild, const st
     // A mesh that stands once, or is small, is carried into the world, which traces faster and allows any
     // transform. A large one that stands in several places is kept once, but for copies that no ray could be
     // carried back from.
-    const size_t triangles = alpha->mesh->indices.size() / 3 * static_cast<size_t>(uses[instance.mesh]);
-    if (uses[instance.mesh] == 1 || triangles <= kFewTriangles || !isInvertible(toWorld)) {
+    const size_t size = std::max(alpha->mesh->positions.size(), alpha->mesh->indices.size() / 3);
+    const bool small = size * static_cast<size_t>(uses[instance.mesh]) <= kSmall;
+    if (uses[instance.mesh] == 1 || small || !isInvertible(toWorld)) {
+      if (uses[instance.mesh] > 1) copied += alpha->mesh->positions.size();
+      if (copied > kMostCopied) {
+        throw std::runtime_error("flattened copies of meshes have more than 128 million vertices");
+      }
       const Geometry geometry = makeTriangles(*alpha->mesh, toWorld, alpha);
       rtcAttachGeometryByID(tree.get(), geometry.get(), id);
       placements.back().carried =
